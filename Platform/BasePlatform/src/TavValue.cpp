@@ -1,0 +1,1 @@
+#include "BasePlatform/TavValue.h"

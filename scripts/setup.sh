@@ -1,0 +1,36 @@
+#!/usr/bin/env bash
+# Installs every build and test dependency from Debian 12's packages.
+# Idempotent: runs `apt-get update` once and installs only what is missing.
+# Must run as root (or with sudo available).
+set -euo pipefail
+
+packages=(
+  cmake ninja-build g++ pkg-config git
+  libboost1.74-dev libboost-thread1.74-dev libboost-date-time1.74-dev
+  libboost-chrono1.74-dev libboost-timer1.74-dev libboost-system1.74-dev
+  libboost-filesystem1.74-dev
+  liblog4cplus-dev librapidxml-dev libutfcpp-dev
+  libgtest-dev libbenchmark-dev nlohmann-json3-dev
+  clang libclang-rt-14-dev
+  g++-arm-linux-gnueabihf qemu-user
+)
+
+missing=()
+for package in "${packages[@]}"; do
+  if ! dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "ok installed"; then
+    missing+=("$package")
+  fi
+done
+
+if ((${#missing[@]})); then
+  sudo=()
+  if [[ $(id -u) -ne 0 ]]; then
+    sudo=(sudo)
+  fi
+  echo "setup: installing ${missing[*]}"
+  "${sudo[@]}" apt-get update -qq
+  DEBIAN_FRONTEND=noninteractive "${sudo[@]}" apt-get install -y -qq --no-install-recommends \
+    "${missing[@]}" >/dev/null
+else
+  echo "setup: all packages present"
+fi
