@@ -4,10 +4,15 @@
 
 #include <utf8.h>
 
+#include <cstdint>
+#include <iterator>
+
 namespace Zel {
 
-UTF8String::UTF8String(std::string value) : m_value(std::move(value)) {
-  ZEL_ASSERT(utf8::is_valid(m_value.begin(), m_value.end()));
+UTF8String::UTF8String(std::string value) {
+  // Checked before the move: the failure text names the argument, "value".
+  ZEL_ASSERT(utf8::is_valid(value.begin(), value.end()));
+  m_value = std::move(value);
 }
 
 boost::optional<UTF8String> UTF8String::Create(std::string value) {

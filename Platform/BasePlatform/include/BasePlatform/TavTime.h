@@ -43,19 +43,26 @@ struct TAVTIME {
   static bool IsValidDate(std::uint16_t year, std::uint8_t month, std::uint8_t day);
 
   // Set the date (time fields cleared) or the date and time, and the weekday
-  // mask that belongs to the date. Return false and change nothing when the
-  // fields are not valid.
+  // mask that belongs to the date; milliseconds and dst are cleared, utc is
+  // set to `utc`. Return false and change nothing when the fields are not
+  // valid.
   bool SetDate(std::uint16_t year, std::uint8_t month, std::uint8_t day, bool utc);
   bool SetDateTime(std::uint16_t year, std::uint8_t month, std::uint8_t day, std::uint8_t hour,
                    std::uint8_t minute, std::uint8_t second, bool utc);
 
   // Broken-down form: tm_year = year - 1900, tm_mon = month - 1, tm_wday from
-  // the weekday mask (Sunday 0; -1 style unknown becomes 0), tm_isdst from dst.
+  // the weekday mask (Sunday 0; a mask that is not exactly one day gives 0),
+  // tm_yday from the date (0 when the date is not valid), tm_isdst from dst.
+  // No normalisation: a cleared record gives tm_mon = -1 and tm_mday = 0.
   std::tm ToTm() const;
 
-  // Seconds since 1970-01-01 00:00:00 UTC; sets a UTC date and time.
+  // Seconds since 1970-01-01 00:00:00 UTC, negative ones before; sets a UTC
+  // date and time with its weekday mask, milliseconds 0, dst false. A count
+  // outside the years 1..9999 (possible only where long has 64 bits) gives
+  // a cleared record (Clear(true)).
   TAVTIME& operator=(long secondsSinceEpoch);
 
+  // Every field, the flags included.
   friend bool operator==(const TAVTIME& a, const TAVTIME& b);
   friend bool operator!=(const TAVTIME& a, const TAVTIME& b) { return !(a == b); }
 };

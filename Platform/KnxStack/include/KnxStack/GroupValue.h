@@ -4,9 +4,10 @@
 // Decisions where the KNX standard leaves the API open:
 // - Setters never throw. Each writes the octets of its encoding and sets
 //   the defined size (1, 2, 4, 8, 16, 24, 32 or 112 bits).
-// - Sub-byte fields (1, 2, 3, 4 bits) sit right-aligned in one octet. Their
-//   getters read the low bits of the first octet whatever the defined size,
-//   so the 6-bit short form of a telegram and an 8-bit value both work.
+// - Sub-byte fields (1, 2, 3, 4 bits) sit right-aligned in one octet; the
+//   setters keep only the field's low bits. Their getters read the low bits
+//   of the first octet whatever the defined size, so the 6-bit short form of
+//   a telegram and an 8-bit value both work.
 // - Multi-octet integers are big-endian two's complement. The 32-bit
 //   accessors keep exactly 32 bits: GetAsSigned32 of ff ff ff ff is -1.
 // - 2-octet float (DPT 9): 0.01 * M * 2^E, M a 12-bit two's complement
@@ -19,16 +20,24 @@
 //   GetAsFloat16 decodes every word arithmetically, 0x7FFF included.
 // - 4-octet float (DPT 14): IEEE 754 single precision, big-endian.
 // - 14-octet string (DPT 16): Latin-1 octets padded with NUL; a longer
-//   string is cut to 14 octets. GetAsString14 stops at the first NUL.
+//   string is cut to 14 octets. GetAsString14 needs all 14 octets and
+//   stops at the first NUL.
 // - Date (DPT 11): day (bits 4..0), month (bits 3..0), year (bits 6..0, 0..99;
 //   90..99 mean 1990..1999, 0..89 mean 2000..2089). A year outside
-//   1990..2089 is stored modulo 100. The argument order is (day, month,
-//   year) both ways; GetAsDate returns the full year.
+//   1990..2089 is stored modulo 100; day and month are masked to their
+//   widths. The argument order is (day, month, year) both ways; GetAsDate
+//   returns the full year, ignores the reserved bits, and reads the year
+//   octets 100..127 (no KNX year) as 2100..2127 so that range checks refuse
+//   them. It does not check the date itself.
 // - Time of day (DPT 10): weekday in bits 7..5 and hour in bits 4..0 of the
-//   first octet, then minute and second (6 bits each). GetAsTimeOfDay
-//   returns false when hour > 23 or minute or second > 59.
+//   first octet, then minute and second (6 bits each). SetAsTimeOfDay masks
+//   each field to its width (hour 33 is stored as 1); it does not refuse.
+//   GetAsTimeOfDay writes all four fields and returns false when hour > 23
+//   or minute or second > 59, so callers can report what arrived.
 // - Getters throw GroupValueException only when the buffer holds too few
-//   octets for the encoding; they never read past the buffer.
+//   octets for the encoding (what() names the accessor and the octets needed
+//   and held); they never read past the buffer. Extra octets are ignored.
+// - Pointer arguments of GetAsDate and GetAsTimeOfDay must not be null.
 #pragma once
 
 #include <cstddef>
@@ -45,7 +54,8 @@ public:
 };
 
 // A byte buffer. Up to kInlineCapacity octets live inside the object, so a
-// KNX payload never allocates; longer buffers go to the heap.
+// KNX payload never allocates; longer buffers go to the heap (and stay
+// there if the buffer later shrinks). Copies never share storage.
 class BinaryData {
 public:
   static constexpr std::size_t kInlineCapacity = 14;
