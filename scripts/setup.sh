@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# Installs every build and test dependency from Debian 12's packages.
+# Installs every build and test dependency from Debian 12's packages, then
+# builds the armhf sysroot (scripts/armhf-sysroot.sh) when it is missing.
 # Idempotent: runs `apt-get update` once and installs only what is missing.
-# Must run as root (or with sudo available).
+# Must run as root (or with sudo available) when something is missing.
 set -euo pipefail
 
 packages=(
@@ -12,7 +13,7 @@ packages=(
   liblog4cplus-dev librapidxml-dev libutfcpp-dev
   libgtest-dev libbenchmark-dev nlohmann-json3-dev
   clang libclang-rt-14-dev
-  g++-arm-linux-gnueabihf qemu-user
+  g++-arm-linux-gnueabihf binutils-arm-linux-gnueabihf qemu-user
 )
 
 missing=()
@@ -34,3 +35,7 @@ if ((${#missing[@]})); then
 else
   echo "setup: all packages present"
 fi
+
+# The armhf build's libraries: a private download, nothing installed.
+scripts_dir=$(dirname "$0")
+"$scripts_dir/armhf-sysroot.sh"

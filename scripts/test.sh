@@ -1,8 +1,11 @@
 #!/usr/bin/env bash
-# The test command: installs what is missing, then configures, builds and
-# runs the whole suite in every build of the project (CMake presets).
-#   scripts/test.sh              all presets
+# The test command: installs what is missing (scripts/setup.sh), then
+# configures, builds and runs the whole suite in every build of the project
+# (CMake presets) and prints each build's result and times.
+#   scripts/test.sh              every build: default asan tsan armhf
 #   scripts/test.sh default asan only these
+# A failing build does not stop the others; the exit status is 1 if any
+# build failed to build or has a failing test.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -10,14 +13,37 @@ scripts/setup.sh
 
 presets=("$@")
 if ((${#presets[@]} == 0)); then
-  presets=(default asan tsan)
+  presets=(default asan tsan armhf)
 fi
 
+log_dir=$(mktemp -d)
+trap 'rm -rf "$log_dir"' EXIT
+summary=()
+status=0
+run_start=$(date +%s)
 for preset in "${presets[@]}"; do
-  echo "=== ${preset}"
+  echo "=== ${preset}: build"
   start=$(date +%s)
-  cmake --preset "$preset" >/dev/null
-  cmake --build --preset "$preset"
-  ctest --preset "$preset"
-  echo "=== ${preset}: passed in $(($(date +%s) - start)) s"
+  result=passed
+  suite=""
+  if cmake --preset "$preset" >/dev/null && cmake --build --preset "$preset"; then
+    built=$(date +%s)
+    echo "=== ${preset}: tests"
+    if ! ctest --preset "$preset" | tee "$log_dir/$preset"; then
+      result=FAILED
+    fi
+    suite=$(grep -Eo '[0-9]+% tests passed, [0-9]+ tests? failed out of [0-9]+' "$log_dir/$preset" || true)
+  else
+    built=$(date +%s)
+    result="FAILED to build"
+  fi
+  end=$(date +%s)
+  [[ $result == passed ]] || status=1
+  line="${preset}: ${result}${suite:+ (${suite})}, build $((built - start)) s, tests $((end - built)) s"
+  echo "=== ${line}"
+  summary+=("$line")
 done
+
+echo "=== summary ($(($(date +%s) - run_start)) s in all)"
+printf '  %s\n' "${summary[@]}"
+exit "$status"
