@@ -1,0 +1,356 @@
+#include "Zel/KnxOmbMapping.h"
+
+#include "Zel/TavValueHelper.h"
+
+#include "ZelLog/Logging.h"
+
+#include <boost/unordered_map.hpp>
+
+#include <functional>
+#include <initializer_list>
+
+namespace Zel {
+namespace {
+
+using ObjModelId = KnxOmbMapping::ObjModelId;
+
+constexpr ObjModelId kDeviceId = 1000;
+constexpr ObjModelId kBlock = 100000;  // ids of one logical device
+constexpr ObjModelId kAppControlOffset = 20;
+constexpr ObjModelId kCoOffset = 98;  // channel of CO number 0
+constexpr ObjModelId kCoFirstOffset = 100;
+constexpr ObjModelId kCoLastOffset = 8289;  // value id of CO number 4095
+constexpr std::uint32_t kCoNumbers = 4096;
+constexpr ObjModelId kParameterOffset = 60000;
+constexpr ObjModelId kParameterTypeSpan = 10000;
+
+ObjModelId Base(LogicalDeviceId ld) {
+  return kBlock * static_cast<ObjModelId>(ld.Get());
+}
+
+ObjModelId TypeNumber(ParameterType type) {
+  return static_cast<ObjModelId>(static_cast<int>(type));
+}
+
+// The parameter channel without the range check of its number.
+ObjModelId ParameterChannel(std::uint16_t number, LogicalDeviceId ld, ParameterType type) {
+  return Base(ld) + kParameterOffset + kParameterTypeSpan * TypeNumber(type) + 2u * number;
+}
+
+// The parameter value id of `type`, up to `max` (inclusive).
+boost::optional<ObjModelId> ParameterValue(std::uint16_t number, LogicalDeviceId ld,
+                                           ParameterType type, std::uint32_t max) {
+  if (number > max) {
+    return boost::none;
+  }
+  return ParameterChannel(number, ld, type) + 1;
+}
+
+// One row of the main-number table.
+struct MainRow {
+  TavValueType type;
+  TavDP::TavValueSubType subType;
+  std::function<TAVVALUE(TavValueType)> createDefault;
+};
+
+// Zero of the type that T stands for; ToTavValue asserts that it is the
+// row's type.
+template <class T>
+TAVVALUE CreateDefaultValueZero(TavValueType ivt) {
+  return ToTavValue<T>(T{}, ivt);
+}
+
+TAVVALUE CreateDefaultValueEmptyString(TavValueType ivt) {
+  return ToTavValue(std::string(), ivt);
+}
+
+// No date and midnight, local time, no weekday.
+TAVVALUE CreateDefaultValueTime(TavValueType ivt) {
+  ZEL_ASSERT(ivt == ivtDate || ivt == ivtDateTime || ivt == ivtDayTime);
+  TAVVALUE value;
+  value.ivt = ivt;
+  value.GetTime().Clear(false);
+  return value;
+}
+
+using MainTable = boost::unordered_map<std::uint32_t, MainRow>;
+
+// Each row's creator makes a value of the row's own type (a zero, an empty
+// string, a cleared time, or the empty value for the empty-type rows), so
+// that every default agrees with the type the row announces. The subtypes
+// say how a row's value is to be read where one of the platform's subtypes
+// describes the whole main number: 1 switch, 9 KNX 2-octet float, 17 scene
+// number. Others are generic: 3 and 18 keep the raw octet (control bit and
+// step or scene), 6 is a byte of which only 6.020 is a status, and 16 holds
+// UTF-8 whichever character set the sub number names.
+MainTable BuildMainTable() {
+  using namespace TavDP;
+  MainTable table;
+  const auto add = [&table](std::initializer_list<std::uint32_t> mains, TavValueType type,
+                            TavValueSubType subType, TAVVALUE (*create)(TavValueType)) {
+    for (const std::uint32_t main : mains) {
+      table.emplace(main, MainRow{type, subType, create});
+    }
+  };
+  add({1}, ivtBool, vstSwitch, &CreateDefaultValueZero<bool>);
+  add({2, 3, 5, 6, 18, 20, 21, 23, 25, 26, 31, 238}, ivtByte, vstGeneric,
+      &CreateDefaultValueZero<unsigned char>);
+  add({17}, ivtByte, vstSceneNumber, &CreateDefaultValueZero<unsigned char>);
+  // Rows with the empty type (intended): both conversion directions refuse them.
+  add({4, 29, 219, 222, 229, 230}, ivtEmpty, vstGeneric, &KnxOmbMapping::CreateDefaultValueEmpty);
+  add({7, 22, 200, 201, 202, 217, 234, 237}, ivtWord, vstGeneric,
+      &CreateDefaultValueZero<unsigned short>);
+  add({8, 13}, ivtInteger, vstGeneric, &CreateDefaultValueZero<long>);
+  add({9}, ivtFloat, vstKnxFloat, &CreateDefaultValueZero<double>);
+  add({14}, ivtFloat, vstGeneric, &CreateDefaultValueZero<double>);
+  add({10}, ivtDayTime, vstGeneric, &CreateDefaultValueTime);
+  add({11}, ivtDate, vstGeneric, &CreateDefaultValueTime);
+  add({12, 15, 27, 30, 232}, ivtDWord, vstGeneric, &CreateDefaultValueZero<unsigned long>);
+  add({16, 24, 28}, ivtString, vstGeneric, &CreateDefaultValueEmptyString);
+  add({19}, ivtDateTime, vstGeneric, &CreateDefaultValueTime);
+  return table;
+}
+
+// Built on first use (thread-safe) and never changed afterwards, so that it
+// is read without locking and no other static initialiser can see it unbuilt.
+const MainTable& Mains() {
+  static const MainTable table = BuildMainTable();
+  return table;
+}
+
+const MainRow* FindMain(std::uint32_t mainNumber) {
+  const MainTable& table = Mains();
+  const auto it = table.find(mainNumber);
+  return it == table.end() ? nullptr : &it->second;
+}
+
+constexpr std::uint32_t kDpt6020 = (6u << 16) | 20u;  // 393236
+
+}  // namespace
+
+ObjModelId KnxOmbMapping::GetDeviceObjModelId() { return kDeviceId; }
+
+ObjModelId KnxOmbMapping::GetKnxDeviceObjModelId() { return kDeviceId; }
+
+ObjModelId KnxOmbMapping::GetLogicalKnxDeviceObjModelId(LogicalDeviceId ld) { return Base(ld); }
+
+ObjModelId KnxOmbMapping::GetLastObjModelId(LogicalDeviceId ld) { return Base(ld) + kBlock - 1; }
+
+ObjModelId KnxOmbMapping::GetAppHostAppControlChannelObjModelId(LogicalDeviceId ld) {
+  return Base(ld) + kAppControlOffset;
+}
+
+ObjModelId KnxOmbMapping::GetAppHostAppControlStateObjModelId(LogicalDeviceId ld) {
+  return GetAppHostAppControlChannelObjModelId(ld) + 1;
+}
+
+ObjModelId KnxOmbMapping::GetAppHostAppControlEventObjModelId(LogicalDeviceId ld) {
+  return GetAppHostAppControlChannelObjModelId(ld) + 2;
+}
+
+ObjModelId KnxOmbMapping::GetAppHostAppControlAliveObjModelId(LogicalDeviceId ld) {
+  return GetAppHostAppControlChannelObjModelId(ld) + 3;
+}
+
+ObjModelId KnxOmbMapping::GetAppHostAppControlAppDebugObjModelId(LogicalDeviceId ld) {
+  return GetAppHostAppControlChannelObjModelId(ld) + 4;
+}
+
+std::uint32_t KnxOmbMapping::GetMaxParametersOfType(ParameterType type) {
+  switch (type) {
+    case ParameterType::Ip:
+      return 100;
+    case ParameterType::Number:
+      return 200;
+    case ParameterType::Text:
+      return 500;
+  }
+  return 0;  // a number cast to ParameterType that is none of them
+}
+
+bool KnxOmbMapping::IsAnyLogicalKnxDeviceId(ObjModelId id) { return id >= kBlock; }
+
+bool KnxOmbMapping::IsCoChannel(ObjModelId id) {
+  const ObjModelId offset = id % kBlock;
+  return id >= kBlock && offset >= kCoFirstOffset && offset <= kCoLastOffset && id % 2 == 0;
+}
+
+bool KnxOmbMapping::IsCoValue(ObjModelId id) { return id != 0 && IsCoChannel(id - 1); }
+
+bool KnxOmbMapping::IsAppHostAppControlState(ObjModelId id, LogicalDeviceId ld) {
+  return id == GetAppHostAppControlStateObjModelId(ld);
+}
+
+bool KnxOmbMapping::IsAppHostAppControlEvent(ObjModelId id, LogicalDeviceId ld) {
+  return id == GetAppHostAppControlEventObjModelId(ld);
+}
+
+bool KnxOmbMapping::IsAppHostAppControlAliveHeartbeat(ObjModelId id, LogicalDeviceId ld) {
+  return id == GetAppHostAppControlAliveObjModelId(ld);
+}
+
+bool KnxOmbMapping::IsAppHostAppControlAppDebug(ObjModelId id, LogicalDeviceId ld) {
+  return id == GetAppHostAppControlAppDebugObjModelId(ld);
+}
+
+bool KnxOmbMapping::IsParameterChannel(ObjModelId id) {
+  if (id <= kBlock + kParameterOffset - 1) {
+    return false;
+  }
+  // Both halves of a block fold onto the parameter layout (intended).
+  ObjModelId r = (id % kBlock) % kParameterOffset;
+  if (r <= 1 || r - 2 > 3 * kParameterTypeSpan - 1) {
+    return false;
+  }
+  const ObjModelId type = (r - 2) / kParameterTypeSpan;
+  if (type >= 1) {
+    // Offsets 20000 and 20001 fold onto Number's 0 and pass as Text 0 (intended).
+    r %= kParameterTypeSpan * type;
+  }
+  // Halving without a parity test lets value ids pass too (intended).
+  return GetMaxParametersOfType(static_cast<ParameterType>(type)) >= r / 2;
+}
+
+boost::optional<ObjModelId> KnxOmbMapping::GetCoChannelObjModelId(std::uint16_t coNumber,
+                                                                  LogicalDeviceId ld) {
+  if (coNumber >= kCoNumbers) {
+    return boost::none;
+  }
+  return Base(ld) + kCoOffset + 2u * coNumber;
+}
+
+boost::optional<ObjModelId> KnxOmbMapping::GetCoValueObjModelId(ObjModelId channelId) {
+  if (!IsCoChannel(channelId)) {
+    return boost::none;
+  }
+  return channelId + 1;
+}
+
+boost::optional<ObjModelId> KnxOmbMapping::GetCoValueObjModelId(std::uint16_t coNumber,
+                                                                LogicalDeviceId ld) {
+  const boost::optional<ObjModelId> channel = GetCoChannelObjModelId(coNumber, ld);
+  if (!channel) {
+    return boost::none;
+  }
+  return GetCoValueObjModelId(*channel);
+}
+
+boost::optional<ObjModelId> KnxOmbMapping::GetParameterChannelObjModelId(std::uint16_t number,
+                                                                         LogicalDeviceId ld,
+                                                                         ParameterType type) {
+  if (number > GetMaxParametersOfType(type)) {
+    return boost::none;
+  }
+  return ParameterChannel(number, ld, type);
+}
+
+boost::optional<ObjModelId> KnxOmbMapping::GetParameterValueObjModelId(ObjModelId channelId) {
+  if (!IsParameterChannel(channelId)) {
+    return boost::none;
+  }
+  return channelId + 1;
+}
+
+boost::optional<ObjModelId> KnxOmbMapping::GetParameterValueObjModelId(std::uint16_t number,
+                                                                       LogicalDeviceId ld,
+                                                                       ParameterType type) {
+  return ParameterValue(number, ld, type, GetMaxParametersOfType(type));
+}
+
+boost::optional<ObjModelId> KnxOmbMapping::GetIpParameterValueObjModelId(std::uint16_t number,
+                                                                         LogicalDeviceId ld) {
+  return ParameterValue(number, ld, ParameterType::Ip, GetMaxParametersOfType(ParameterType::Ip));
+}
+
+boost::optional<ObjModelId> KnxOmbMapping::GetNumberParameterValueObjModelId(std::uint16_t number,
+                                                                             LogicalDeviceId ld) {
+  return ParameterValue(number, ld, ParameterType::Number,
+                        GetMaxParametersOfType(ParameterType::Number));
+}
+
+boost::optional<ObjModelId> KnxOmbMapping::GetTextParameterValueObjModelId(std::uint16_t number,
+                                                                           LogicalDeviceId ld) {
+  // A literal limit rather than GetMaxParametersOfType(Text) (intended; the
+  // two agree).
+  return ParameterValue(number, ld, ParameterType::Text, 500);
+}
+
+boost::optional<std::uint16_t> KnxOmbMapping::GetCoNumberFromObjModelId(ObjModelId valueId,
+                                                                        LogicalDeviceId ld) {
+  if (valueId % 2 == 0 || !IsCoChannel(valueId & ~ObjModelId{1})) {
+    return boost::none;
+  }
+  // Modulo 100000 * ld, not 100000, and no check that the id lies in
+  // logical device ld (intended).
+  return static_cast<std::uint16_t>(((valueId % Base(ld)) - kCoFirstOffset) / 2 + 1);
+}
+
+boost::optional<ParameterType> KnxOmbMapping::GetParameterTypeFromObjModelId(ObjModelId id,
+                                                                             LogicalDeviceId ld) {
+  if (!IsParameterChannel(id)) {
+    return boost::none;
+  }
+  const ObjModelId r = id % (Base(ld) + kParameterOffset);
+  if (r > 3 * kParameterTypeSpan - 1) {
+    return boost::none;
+  }
+  return static_cast<ParameterType>(r / kParameterTypeSpan);
+}
+
+boost::optional<std::uint8_t> KnxOmbMapping::GetParameterNumberFromObjModelId(ObjModelId id,
+                                                                              LogicalDeviceId ld) {
+  const boost::optional<ParameterType> type = GetParameterTypeFromObjModelId(id, ld);
+  if (!type) {
+    return boost::none;
+  }
+  const ObjModelId firstChannel = Base(ld) + kParameterOffset + kParameterTypeSpan * TypeNumber(*type);
+  // Kept to 8 bits: Text numbers 256..500 come back modulo 256 (intended).
+  return static_cast<std::uint8_t>((id % firstChannel) / 2);
+}
+
+boost::optional<LogicalDeviceId> KnxOmbMapping::GetLogicalDeviceIdFromObject(ObjModelId id) {
+  if (id < kBlock || id >= 3 * kBlock) {
+    return boost::none;
+  }
+  return LogicalDeviceId(static_cast<int>(id / kBlock));
+}
+
+std::string KnxOmbMapping::GetIvtFromMainType(std::uint32_t mainNumber) {
+  const MainRow* row = FindMain(mainNumber);
+  return row ? TAVVALUE::GetNameFromValueType(row->type) : "Empty";
+}
+
+TavValueType KnxOmbMapping::GetIvtFromDpt(std::uint32_t dptCode) {
+  const MainRow* row = FindMain(dptCode >> 16);
+  return row ? row->type : ivtEmpty;
+}
+
+std::string KnxOmbMapping::GetIstFromMainType(std::uint32_t mainNumber) {
+  const MainRow* row = FindMain(mainNumber);
+  return row ? TavDP::GetNameFromValueSubType(row->subType) : "Generic";
+}
+
+std::string KnxOmbMapping::GetDefaultValueFromDpt(std::uint32_t dptCode, bool internalFormat) {
+  const MainRow* row = FindMain(dptCode >> 16);
+  if (!row) {
+    return std::string();
+  }
+  TAVVALUE value;
+  if (dptCode == kDpt6020) {
+    // The status byte's default is 1, not the row's (intended).
+    value = ToTavValue<unsigned char>(1, row->type);
+  } else {
+    value = row->createDefault(row->type);  // std::bad_function_call without a creator
+  }
+  std::string text;
+  value.Serialize(text, internalFormat);
+  return text;
+}
+
+TAVVALUE KnxOmbMapping::CreateDefaultValueEmpty(TavValueType ivt) {
+  const TAVVALUE emptyTavValue;
+  ZEL_ASSERT(emptyTavValue.ivt == ivt);
+  return emptyTavValue;
+}
+
+}  // namespace Zel

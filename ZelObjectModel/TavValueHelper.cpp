@@ -1,0 +1,89 @@
+#include "Zel/TavValueHelper.h"
+
+#include "Zel/TimeOfDay.h"
+
+#include "ZelKnxHelper/KnxStrings.h"
+
+#include <boost/date_time/posix_time/conversion.hpp>
+#include <utf8.h>
+
+#include <ctime>
+#include <iterator>
+
+namespace Zel {
+namespace {
+
+// The record of a time of day as the KNX bus carries it: local time, no date.
+TAVTIME LocalTimeOfDay(int hour, int minute, int second) {
+  TAVTIME time;
+  time.Clear(false);
+  time.hour = static_cast<std::uint8_t>(hour);
+  time.minute = static_cast<std::uint8_t>(minute);
+  time.second = static_cast<std::uint8_t>(second);
+  return time;
+}
+
+TAVVALUE TimeValue(const TAVTIME& time, TavValueType ivt) {
+  TAVVALUE result;
+  result.ivt = ivt;
+  result.SetTime(time);
+  ZEL_ASSERT(result.ivt == ivt);
+  return result;
+}
+
+}  // namespace
+
+TAVVALUE ToTavValue(const ZelApp::TimeOfDay& time, TavValueType expectedType) {
+  ZEL_ASSERT(expectedType == ivtDayTime);
+  TAVTIME fields = LocalTimeOfDay(time.GetHour(), time.GetMinute(), time.GetSecond());
+  fields.weekDays = ZelApp::ToTavWeekday(time.GetWeekday());
+  return TimeValue(fields, expectedType);
+}
+
+TAVVALUE ToTavValue(const boost::posix_time::ptime& time, TavValueType expectedType) {
+  const std::tm tm = boost::posix_time::to_tm(time);
+  const auto year = static_cast<std::uint16_t>(tm.tm_year + 1900);
+  const auto month = static_cast<std::uint8_t>(tm.tm_mon + 1);
+  const auto day = static_cast<std::uint8_t>(tm.tm_mday);
+  TAVTIME fields;
+  bool set = false;
+  TavValueType produced = ivtDayTime;
+  if (expectedType == ivtDate) {
+    produced = ivtDate;
+    set = fields.SetDate(year, month, day, false);
+  } else {
+    // ivtDateTime, and ivtDayTime for every other expectation (the assertion
+    // below then names the mismatch). SetDateTime also sets the weekday mask.
+    if (expectedType == ivtDateTime) {
+      produced = ivtDateTime;
+    }
+    set = fields.SetDateTime(year, month, day, static_cast<std::uint8_t>(tm.tm_hour),
+                             static_cast<std::uint8_t>(tm.tm_min),
+                             static_cast<std::uint8_t>(tm.tm_sec), false);
+  }
+  // A ptime that is not special always has a date of years 1400..9999.
+  ZEL_ASSERT(set);
+  TAVVALUE result = TimeValue(fields, produced);
+  ZEL_ASSERT(result.ivt == expectedType);
+  return result;
+}
+
+TAVVALUE ToTavValue(const std::string& value, TavValueType expectedType) {
+  TAVVALUE result;
+  result.ivt = ivtString;
+  result.SetString(UTF8String(value).str());  // asserts valid UTF-8
+  ZEL_ASSERT(result.ivt == expectedType);
+  return result;
+}
+
+std::string RepairUTF8(std::string text) {
+  if (utf8::is_valid(text.begin(), text.end())) {
+    return text;
+  }
+  std::string repaired;
+  repaired.reserve(text.size());
+  utf8::replace_invalid(text.begin(), text.end(), std::back_inserter(repaired), std::uint32_t{'?'});
+  return repaired;
+}
+
+}  // namespace Zel
