@@ -1,0 +1,41 @@
+// Conversion between TAVVALUE and KNX group values keyed by a numeric DPT
+// code, without the DPT table's converter objects, and the check of a
+// received group value against the table.
+//
+// A DPT code is main * 65536 + sub (9.001 is 589825, 232.600 is 15204952).
+// All three functions are stateless and may be called from any thread.
+#pragma once
+
+#include "Zel/Export.h"
+
+#include "BasePlatform/TavValue.h"
+#include "KnxStack/GroupValue.h"
+
+#include <boost/optional.hpp>
+
+#include <cstdint>
+
+namespace Zel {
+
+// The group value of `value` for `dptCode`; empty, with one ERROR entry,
+// when the value's type is not the one the DPT's main number has in the
+// object model, or the DPT is not supported here (4.x among them). The 2-octet float's
+// non-finite numbers and scene numbers above 63 are refused silently.
+// Out-of-range 16-bit integers are logged and then clamped (unsigned) or
+// saturated (signed) and sent. No exception leaves it.
+ZEL_EXPORT boost::optional<KnxStack::GroupValue> TavValueToGroupValue(const TAVVALUE& value,
+                                                                     std::uint32_t dptCode);
+
+// The value of a received group value for `dptCode`: empty for an unsupported
+// DPT, a group value the DPT table refuses, or invalid data (logged). The
+// one exception that leaves it is the calendar's bad-month or
+// bad-day-of-month error (std::out_of_range) for a DPT 19 value with month
+// or day 0. Calls slower than 100 ms are reported at INFO.
+ZEL_EXPORT boost::optional<TAVVALUE> GroupValueToTavValue(const KnxStack::GroupValue& value,
+                                                         std::uint32_t dptCode);
+
+// Whether the DPT table's converter accepts `value` for `dptCode` (size and
+// content); the decoded value is discarded.
+ZEL_EXPORT bool CheckGroupValue(const KnxStack::GroupValue& value, std::uint32_t dptCode);
+
+}  // namespace Zel
