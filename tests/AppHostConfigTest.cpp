@@ -1,0 +1,155 @@
+// AppHostConfiguration: the loader's rules over real XML texts and files.
+#include "LogCapture.h"
+
+#include "Zel/AppHostConfig.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+#include <type_traits>
+
+namespace Zel {
+namespace {
+
+using Tests::Error;
+
+const std::string kExample =  // the documented example
+    "<ZelAppHostConfig WithoutKNX='1'><Debugging Active='1'><AppHost RootPath='/x' DisableStartup='1'/></Debugging>"
+    "<OmbConfig><ResponseDps><Dp ObjId='17'/><Dp ObjId='42'/></ResponseDps></OmbConfig></ZelAppHostConfig>";
+
+std::string TempPath(const std::string& name) {
+  return ::testing::TempDir() + ::testing::UnitTest::GetInstance()->current_test_info()->name() + name;
+}
+
+std::string WriteFile(const std::string& content, const std::string& name = ".xml") {
+  std::ofstream(TempPath(name), std::ios::binary) << content;
+  return TempPath(name);
+}
+
+bool Load(AppHostConfiguration& config, std::string xml) { return config.LoadAppHostConfigXML(xml.data()); }
+
+std::string Wrap(const std::string& inner) { return "<ZelAppHostConfig>" + inner + "</ZelAppHostConfig>"; }
+
+// Flags without KNX, terminate on update, debug, host disabled, connector
+// disabled; then paths native, managed, host, connector, object model; then
+// the response data points.
+std::string State(const AppHostConfiguration& c) {
+  std::ostringstream s;
+  s << c.IsAppHostWithoutKNX() << c.IsAppHostTerminateOnFirmwareUpdate() << c.IsInAppDebugMode()
+    << c.IsAppHostStartupDisabled() << c.IsAppConnectorHostStartupDisabled();
+  for (const auto* path : {&c.GetRootPathNativeApp(), &c.GetRootPathManagedApp(), &c.GetRootPathAppHost(),
+                           &c.GetRootPathAppConnectorHost(), &c.GetPathObjectModelConfig()}) {
+    s << ' ' << (*path ? (*path)->string() : "-");
+  }
+  for (const std::uint32_t dp : c.GetResponseDataPoints()) s << ' ' << dp;
+  return s.str();
+}
+
+TEST(AppHostConfig, LoadsAppliedInOrder) {
+  // Each case loads its texts in turn into one configuration; the state after each load.
+  const std::pair<const char*, std::vector<std::pair<std::string, const char*>>> cases[] = {
+      {"byte order mark; the example loaded twice appends the points",
+       {{"\xEF\xBB\xBF<ZelAppHostConfig WithoutKNX='1'/>", "10000 - - - - -"}, {kExample, "10111 - - /x - - 17 42"},
+        {kExample, "10111 - - /x - - 17 42 17 42"}}},
+      // Intended: anything but exactly "0" is true, also false, no and the empty text.
+      {"debugging children need debug mode; only exactly 0 is false",
+       {{Wrap("<Debugging><App RootPath='/n'/><AppHost DisableStartup='1'/></Debugging>"), "00000 - - - - -"},
+        {"<ZelAppHostConfig WithoutKNX='' TerminateOnFirmwareUpdate='no'><Debugging Active='false'>"
+         "<AppConnectorHost DisableStartup=' 0'/></Debugging></ZelAppHostConfig>", "11101 - - - - -"},
+        {"<ZelAppHostConfig WithoutKNX='0' TerminateOnFirmwareUpdate='0'><Debugging><AppHost DisableStartup='0'/>"
+         "<AppConnectorHost DisableStartup='0'/></Debugging><Debugging Active='0'/></ZelAppHostConfig>",
+         "00000 - - - - -"}}},
+      {"every element, several roots",
+       {{"<?xml version='1.0'?><Other WithoutKNX='1'/><ZelAppHostConfig TerminateOnFirmwareUpdate='1'>"
+         "<ObjectModelConfig Path='/om1'/><Debugging Active='1'>text<App RootPath='/n'/><ManagedApp RootPath='/m'/>"
+         "<Other RootPath='/o'/><AppConnectorHost RootPath='/c' DisableStartup='1'/></Debugging></ZelAppHostConfig>" +
+             Wrap("<ObjectModelConfig Path='/om2'/><ObjectModelConfig/>"),
+         "01101 /n /m - /c /om2"}}},
+      {"only a first ResponseDps counts",
+       {{Wrap("<OmbConfig><Other/><ResponseDps><Dp ObjId='1'/></ResponseDps></OmbConfig><OmbConfig>t<ResponseDps>"
+              "<Dp ObjId='2'/><X ObjId='9'/><Dp/><Dp ObjId='3'/></ResponseDps><ResponseDps><Dp ObjId='4'/>"
+              "</ResponseDps></OmbConfig>"),
+         "00000 - - - - - 2 3"}}},
+  };
+  for (const auto& [label, loads] : cases) {
+    AppHostConfiguration config;
+    for (const auto& [text, state] : loads) {
+      EXPECT_TRUE(Load(config, text)) << label;
+      EXPECT_EQ(State(config), state) << label;
+    }
+  }
+}
+
+// ObjId reads as std::stoul does where unsigned long has 32 bits.
+TEST(AppHostConfig, ObjIdConvertsLikeStoulOnThirtyTwoBits) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"007", "7"}, {" \t\n+42", "42"}, {"7abc", "7"}, {"0x10", "0"}, {"4294967295", "4294967295"}, {"-0", "0"},
+      {"-1", "4294967295"}, {"-4294967295", "1"}, {"", "invalid stoul"}, {"abc", "invalid stoul"},
+      {"- 1", "invalid stoul"}, {"--1", "invalid stoul"}, {"4294967296", "range stoul"},
+      {"-4294967296", "range stoul"}, {"99999999999999999999999", "range stoul"}};
+  for (const auto& [objId, expected] : cases) {
+    AppHostConfiguration config;
+    std::string result;
+    try {
+      Load(config, Wrap(std::string("<OmbConfig><ResponseDps><Dp ObjId='") + objId + "'/></ResponseDps></OmbConfig>"));
+      result = std::to_string(config.GetResponseDataPoints().at(0));
+    } catch (const std::logic_error& e) {
+      result = (dynamic_cast<const std::out_of_range*>(&e) ? "range " : "invalid ") + std::string(e.what());
+    }
+    EXPECT_EQ(result, expected) << '"' << objId << '"';
+  }
+}
+
+TEST(AppHostConfig, BadObjIdPropagatesAndKeepsWhatWasApplied) {
+  AppHostConfiguration config;
+  Tests::LogCapture log;
+  const std::string xml = Wrap("<Debugging Active='1'><AppHost DisableStartup='1'/></Debugging><OmbConfig>"
+                               "<ResponseDps><Dp ObjId='5'/><Dp ObjId='x'/></ResponseDps></OmbConfig>"
+                               "<ObjectModelConfig Path='/late'/>");
+  EXPECT_THROW(config.LoadConfigurationFile(WriteFile(xml)), std::invalid_argument);
+  EXPECT_TRUE(log.Empty());
+  EXPECT_EQ(State(config), "00110 - - - - - 5");  // the connector rule runs only after a complete load
+}
+
+TEST(AppHostConfig, FileFailuresAreLoggedAndKeepEarlierValues) {
+  AppHostConfiguration config;
+  config.LoadConfigurationFile(WriteFile(kExample));
+  Tests::LogCapture log;
+  for (const char* bad : {"ZelAppHostConfig", "<ZelAppHostConfig WithoutKNX='0'>", "<ZelAppHostConfig WithoutKNX=0/>"})
+    config.LoadConfigurationFile(WriteFile(bad, "bad.xml"));
+  config.LoadConfigurationFile(TempPath("missing \"a&b\".xml"));
+  const std::string zeroByte = "<ZelAppHostConfig TerminateOnFirmwareUpdate='1'/>";
+  config.LoadConfigurationFile(WriteFile(zeroByte + '\0' + '<'));  // the parser stops at the zero byte
+  const Tests::ExpectedEntry fallBack = Error("Falling back to standard configuration.");
+  std::vector<Tests::ExpectedEntry> expected = {
+      Error("Failed to read configuration file: expected <"), fallBack,
+      Error("Failed to read configuration file: unexpected end of data"), fallBack,
+      Error("Failed to read configuration file: expected ' or \""), fallBack,
+      Error("App host config file cannot be read from: \"" + TempPath("missing &\"a&&b&\".xml") + "\"")};
+  if (!std::ifstream(kAppHostConfigFilePath)) {  // the fixed path, where no device file is installed
+    config.LoadConfigurationFile();
+    expected.push_back(
+        Error("App host config file cannot be read from: \"/opt/userdata/etc/zelapphost/zelapphostconfig.xml\""));
+  }
+  EXPECT_TRUE(log.Equals(expected));
+  EXPECT_EQ(State(config), "11111 - - /x - - 17 42");
+}
+
+TEST(AppHostConfig, LoadFileReturnsTheExactBytes) {
+  const std::string bytes("a\0\r\n", 4);
+  EXPECT_EQ(LoadFile(WriteFile(bytes)).value_or(std::vector<char>()), std::vector<char>(bytes.begin(), bytes.end()));
+}
+
+TEST(AppHostConfig, FlagSettersAndTheirIntendedAsymmetry) {
+  AppHostConfiguration config;
+  static_assert(std::is_void_v<decltype(config.SetAppHostStartupDisabled(true))>);
+  EXPECT_FALSE(config.SetAppConnectorHostStartupDisabled(true));
+  EXPECT_TRUE(config.SetAppConnectorHostStartupDisabled(false));
+  EXPECT_FALSE(config.ReplaceAppDebugMode(true));
+  EXPECT_TRUE(config.ReplaceAppDebugMode(false));
+}
+
+}  // namespace
+}  // namespace Zel
