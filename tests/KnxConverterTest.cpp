@@ -172,6 +172,29 @@ TEST_F(TableTest, RoundTripsWithTheStandardsOctets) {
   EXPECT_TRUE(log.Empty());
 }
 
+// The edges of the ranges, through the table: accepted or refused.
+TEST_F(TableTest, RangeEdges) {
+  struct Edge { const char* label; KNXDPT dpt; TAVVALUE value; bool accepted; };
+  const Edge edges[] = {
+      {"5.006 254", Dpt(5, 6), Bits(ivtByte, 254), true},     {"5.006 255", Dpt(5, 6), Bits(ivtByte, 255), false},
+      {"5.001 255", Dpt(5, 1), Bits(ivtByte, 255), true},     {"9.001 -273", Dpt(9, 1), Real(-273.0), true},
+      {"9.001 -273.5", Dpt(9, 1), Real(-273.5), false},       {"9.001 670760", Dpt(9, 1), Real(670760.0), true},
+      {"9.001 670761", Dpt(9, 1), Real(670761.0), false},     {"17.001 63", Dpt(17, 1), Bits(ivtInteger, 63), true},
+      {"17.001 64", Dpt(17, 1), Bits(ivtInteger, 64), false}, {"17.001 -1", Dpt(17, 1), Bits(ivtInteger, 0xFFFFFFFF), false},
+      {"6.020 mode 1", Dpt(6, 20), Bits(ivtByte, 0x01), true}, {"6.020 mode 2", Dpt(6, 20), Bits(ivtByte, 0x0A), true},
+      {"6.020 mode 4", Dpt(6, 20), Bits(ivtByte, 0x04), true}, {"6.020 mode 0", Dpt(6, 20), Bits(ivtByte, 0xF0), false},
+      {"6.020 mode 3", Dpt(6, 20), Bits(ivtByte, 0x03), false}, {"12.001 0", Dpt(12, 1), Bits(ivtDWord, 0), true},
+      {"12.001 max", Dpt(12, 1), Bits(ivtDWord, 0xFFFFFFFF), true}, {"232.600 max", Dpt(232, 600), Bits(ivtDWord, 0xFFFFFF), true},
+      {"232.600 over", Dpt(232, 600), Bits(ivtDWord, 0x1000000), false}, {"14.x max", Dpt(14, 0), Real(FLT_MAX), true},
+  };
+  LogCapture quiet(log4cplus::OFF_LOG_LEVEL);
+  for (const Edge& e : edges) {
+    KNXDPT dpt = e.dpt;
+    KnxStack::GroupValue out;
+    EXPECT_EQ(converter.ToKnxValue(dpt, e.value, out), e.accepted) << e.label;
+  }
+}
+
 // One refusal: exactly the converter's ERROR entry (the frame adds its own
 // line, which these direct calls leave out).
 struct Refusal { const char* label; const KnxConverter& converter; KNXDPT dpt; TAVVALUE value; Octets received; const char* message; };
