@@ -43,9 +43,11 @@ SimulatedDeviceStackClient::Options Scripted(std::vector<Plan> plans) {
   return options;
 }
 
-struct Rig {  // default time-out 20 ms
+// The default time-out is long enough for an answer to arrive even on a
+// loaded machine or under emulation; tests of time-outs plan lost answers.
+struct Rig {  // default time-out 1 s
   explicit Rig(std::vector<Plan> plans, unsigned int retries = 1)
-      : client(Scripted(std::move(plans))), messenger(stack, pt::milliseconds(20), retries) {
+      : client(Scripted(std::move(plans))), messenger(stack, pt::seconds(1), retries) {
     messenger.SetAsResponseHandler();
   }
   ~Rig() { messenger.UnsetAsResponseHandler(); }
@@ -103,7 +105,7 @@ TEST(DscAsyncRequestMessenger, RequestOutcomes) {
       {"SetConfiguration", {}, 1, SetConfiguration([] { return true; }), {"", "", true, true}, 1, {}},
       // Intended: the WARN names the time-out waited for, the ERROR the one passed (zero: default).
       {"time-out, retried under a new id", {none}, 1, GetValue7, {"value of 7 for r2", "", true, true}, 2,
-       TimedOut("00:00:00.020000", "00:00:00")},
+       TimedOut("00:00:01", "00:00:00")},
       {"error answer, not retried", {{SimulatedFault::Error, {}}}, 3, GetValue7,
        {"", "simulated failure of r1", false, true}, 1,
        {Error("OMB error for request r1; id: 7; urn: urn:simulated:object:7; value: ")}},
@@ -126,7 +128,7 @@ TEST(DscAsyncRequestMessenger, RequestOutcomes) {
       {"irrelevant before the first wait", {none}, 2, SetConfiguration([] { return false; }), kNone, 1,
        {Info("Aborted a OMB request because its result is no longer relevant")}},
       {"irrelevant after the time-out", {none}, 2, SetConfiguration([&calls] { return calls++ == 0; }),
-       kNone, 1, {Warn("Timeout (00:00:00.020000) occured for request ID 'r1'")}},
+       kNone, 1, {Warn("Timeout (00:00:01) occured for request ID 'r1'")}},
       // clang-format on
   };
   for (const Case& c : cases) {
@@ -175,12 +177,13 @@ TEST(DscAsyncRequestMessenger, AnswerArrivingWhileTheSenderHoldsTheLockIsKept) {
 }
 
 TEST(DscAsyncRequestMessenger, LateAnswerIsDroppedAndLeavesTheRetryAlone) {
-  Rig rig({{SimulatedFault::Late, 80ms}, {SimulatedFault::None, 40ms}});
+  // r1's answer comes at 1.3 s, while the retry r2 (answered at about 1.5 s) waits.
+  Rig rig({{SimulatedFault::Late, 1300ms}, {SimulatedFault::None, 500ms}});
   LogCapture log;
-  const Docket docket = rig.messenger.Request("x", pt::milliseconds(60));
+  const Docket docket = rig.messenger.Request("x", pt::seconds(1));
   rig.client.WaitUntilIdle();
   EXPECT_EQ(docket.ReadReply(), "response to x for r2");
-  EXPECT_TRUE(log.EqualsIgnoringDebug(TimedOut("00:00:00.060000", "00:00:00.060000")));
+  EXPECT_TRUE(log.EqualsIgnoringDebug(TimedOut("00:00:01", "00:00:01")));
   const auto entries = log.Entries();
   EXPECT_EQ(std::count_if(entries.begin(), entries.end(),
                           [](const auto& e) { return e.text == "No docket for response ID 'r1'"; }),
