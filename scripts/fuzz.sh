@@ -6,7 +6,9 @@
 #   scripts/fuzz.sh 600      600 s per target
 # Environment: ZEL_FUZZ_BUILD_DIR (default build/fuzz), ZEL_FUZZ_JOBS
 # (build jobs, default: ninja's choice).
-# Fails on the first finding; the crashing input stays in the scratch dir.
+# Prints each target's last status line and rate; fails on the first
+# finding, printing the end of its log (the crashing input and the whole
+# log stay in the scratch dir).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -29,10 +31,14 @@ for fuzzer in "${fuzzers[@]}"; do
   cp -R "fuzz/corpus/${fuzzer%Fuzz}/." "$work/corpus/"
   echo "=== $fuzzer: ${seconds} s"
   if ! (cd "$work" && "$build/fuzz/$fuzzer" -max_total_time="$seconds" \
-          -artifact_prefix="$work/" corpus); then
+          -print_final_stats=1 -artifact_prefix="$work/" corpus >"$work/log" 2>&1); then
+    tail -n 60 "$work/log" >&2
     echo "=== $fuzzer: FINDING, input and log in $work" >&2
     exit 1
   fi
+  # The last status line (executions, coverage, features) and the rate.
+  grep -E '^#[0-9]+' "$work/log" | tail -n 1
+  grep -E '^stat::(number_of_executed_units|average_exec_per_sec)' "$work/log" || true
 done
 rm -rf "$scratch"
 echo "=== all fuzz targets ran ${seconds} s without finding"

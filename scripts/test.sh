@@ -1,11 +1,15 @@
 #!/usr/bin/env bash
 # The test command: installs what is missing (scripts/setup.sh), then
 # configures, builds and runs the whole suite in every build of the project
-# (CMake presets) and prints each build's result and times.
-#   scripts/test.sh              every build: default asan tsan armhf
-#   scripts/test.sh default asan only these
-# A failing build does not stop the others; the exit status is 1 if any
-# build failed to build or has a failing test.
+# (CMake presets), then runs every fuzz target briefly on its seed corpus
+# (scripts/fuzz.sh, ZEL_FUZZ_SECONDS per target, default 30) as a smoke
+# test, and prints each step's result and times.
+#   scripts/test.sh              every build, then the fuzz smoke test:
+#                                default asan tsan armhf fuzz
+#   scripts/test.sh default fuzz only these
+# A failing step does not stop the others; the exit status is 1 if any
+# build failed to build or has a failing test, or a fuzz target found
+# something.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -13,7 +17,7 @@ scripts/setup.sh
 
 presets=("$@")
 if ((${#presets[@]} == 0)); then
-  presets=(default asan tsan armhf)
+  presets=(default asan tsan armhf fuzz)
 fi
 
 log_dir=$(mktemp -d)
@@ -22,6 +26,20 @@ summary=()
 status=0
 run_start=$(date +%s)
 for preset in "${presets[@]}"; do
+  if [[ $preset == fuzz ]]; then
+    seconds=${ZEL_FUZZ_SECONDS:-30}
+    echo "=== fuzz: build, ${seconds} s per target"
+    start=$(date +%s)
+    result=passed
+    if ! scripts/fuzz.sh "$seconds"; then
+      result=FAILED
+      status=1
+    fi
+    line="fuzz: ${result} (${seconds} s per target), $(($(date +%s) - start)) s in all"
+    echo "=== ${line}"
+    summary+=("$line")
+    continue
+  fi
   echo "=== ${preset}: build"
   start=$(date +%s)
   result=passed

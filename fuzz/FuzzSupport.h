@@ -1,0 +1,42 @@
+// Shared pieces of the fuzz targets: a reader that takes fixed-size fields
+// from the front of the input (zero once it runs dry), and the logger set
+// to OFF so that error paths cost nothing but the level test.
+#pragma once
+
+#include "ZelLog/Logging.h"
+
+#include <log4cplus/loglevel.h>
+
+#include <cstddef>
+#include <cstdint>
+
+namespace Zel {
+namespace Fuzz {
+
+inline void SilenceLogging() { GetGlobalDefaultLogger().setLogLevel(log4cplus::OFF_LOG_LEVEL); }
+
+class InputReader {
+public:
+  InputReader(const std::uint8_t* data, std::size_t size) : m_data(data), m_size(size) {}
+
+  std::uint8_t U8() { return m_pos < m_size ? m_data[m_pos++] : 0; }
+  std::uint16_t U16() {
+    const std::uint16_t low = U8();
+    return static_cast<std::uint16_t>(low | (U8() << 8));
+  }
+  std::uint32_t U32() {
+    const std::uint32_t low = U16();
+    return low | (static_cast<std::uint32_t>(U16()) << 16);
+  }
+  // Everything not read yet.
+  const std::uint8_t* Rest() const { return m_data + m_pos; }
+  std::size_t RestSize() const { return m_size - m_pos; }
+
+private:
+  const std::uint8_t* m_data;
+  std::size_t m_size;
+  std::size_t m_pos = 0;
+};
+
+}  // namespace Fuzz
+}  // namespace Zel
