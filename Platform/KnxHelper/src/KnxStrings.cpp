@@ -34,8 +34,14 @@ KnxStyleString getLatin1FromUTF8Lossy(const UTF8String& text) {
 }
 
 std::string getUTF8FromLatin1(const KnxStyleString& text) {
+  // Exactly the size needed (two octets for each character above 0x7F), so
+  // that short ASCII texts stay in the string's own buffer.
+  std::size_t size = 0;
+  for (const char octet : text.str()) {
+    size += static_cast<unsigned char>(octet) < 0x80 ? 1 : 2;
+  }
   std::string out;
-  out.reserve(text.str().size() * 2);
+  out.reserve(size);
   auto inserter = std::back_inserter(out);
   for (const char octet : text.str()) {
     utf8::append(static_cast<unsigned char>(octet), inserter);
