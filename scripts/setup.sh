@@ -14,6 +14,8 @@ packages=(
   libgtest-dev libbenchmark-dev nlohmann-json3-dev
   clang libclang-rt-14-dev
   g++-arm-linux-gnueabihf binutils-arm-linux-gnueabihf qemu-user
+  clang-format abigail-tools libcli11-dev knxd knxd-tools knxd-dev
+  lintian dpkg-dev fakeroot file
 )
 
 missing=()
