@@ -170,4 +170,20 @@ bool AppHostConfiguration::LoadAppHostConfigXML(char* text) {
   return true;
 }
 
+bool AppHostConfiguration::IsInAppDebugMode() const { return m_appDebugMode.load(); }
+void AppHostConfiguration::SetAppDebugMode(bool on) { m_appDebugMode.store(on); }
+bool AppHostConfiguration::ReplaceAppDebugMode(bool on) { return m_appDebugMode.exchange(on); }
+bool AppHostConfiguration::IsAppHostStartupDisabled() const { return m_appHostStartupDisabled.load(); }
+void AppHostConfiguration::SetAppHostStartupDisabled(bool disabled) { m_appHostStartupDisabled.store(disabled); }
+bool AppHostConfiguration::IsAppConnectorHostStartupDisabled() const { return m_appConnectorHostStartupDisabled.load(); }
+bool AppHostConfiguration::SetAppConnectorHostStartupDisabled(bool disabled) { return m_appConnectorHostStartupDisabled.exchange(disabled); }
+bool AppHostConfiguration::IsAppHostWithoutKNX() const { return m_appHostWithoutKnx.load(); }
+bool AppHostConfiguration::IsAppHostTerminateOnFirmwareUpdate() const { return m_appHostTerminateOnFirmwareUpdate.load(); }
+const boost::optional<AppHostConfiguration::Path>& AppHostConfiguration::GetRootPathNativeApp() const { return m_rootPathNativeApp; }
+const boost::optional<AppHostConfiguration::Path>& AppHostConfiguration::GetRootPathManagedApp() const { return m_rootPathManagedApp; }
+const boost::optional<AppHostConfiguration::Path>& AppHostConfiguration::GetRootPathAppHost() const { return m_rootPathAppHost; }
+const boost::optional<AppHostConfiguration::Path>& AppHostConfiguration::GetRootPathAppConnectorHost() const { return m_rootPathAppConnectorHost; }
+const boost::optional<AppHostConfiguration::Path>& AppHostConfiguration::GetPathObjectModelConfig() const { return m_pathObjectModelConfig; }
+const std::vector<unsigned long>& AppHostConfiguration::GetResponseDataPoints() const { return m_responseDataPoints; }
+
 }  // namespace Zel

@@ -13,6 +13,37 @@
 #define ZEL_LOG_SOURCE "ZelObjectModel/DscAsyncRequestMessenger"
 
 namespace Zel {
+
+// ---------------------------------------------------------------------------
+// Docket
+
+Docket::Docket() = default;
+
+Docket::Docket(std::string reply, std::string deliveryError, bool isReplyValid, bool isAnswered)
+    : m_reply(std::move(reply)),
+      m_deliveryError(std::move(deliveryError)),
+      m_replyValid(isReplyValid),
+      m_answered(isAnswered) {}
+
+Docket::Docket(const Docket& other) = default;
+
+Docket& Docket::operator=(const Docket& other) = default;
+
+void Docket::SetContent(std::string reply, std::string deliveryError, bool isReplyValid,
+                        bool isAnswered) {
+  m_reply = std::move(reply);
+  m_deliveryError = std::move(deliveryError);
+  m_replyValid = isReplyValid;
+  m_answered = isAnswered;
+}
+
+bool Docket::IsReplyValid() const { return m_replyValid; }
+
+bool Docket::IsAnswered() const { return m_answered; }
+
+const std::string& Docket::ReadReply() const { return m_reply; }
+
+const std::string& Docket::ReadDeliveryError() const { return m_deliveryError; }
 namespace {
 
 using SteadyClock = boost::chrono::steady_clock;
@@ -188,7 +219,7 @@ void DscAsyncRequestMessenger::OnSetConfiguration(void*, const std::string& requ
   UpdateDocketList(requestId, std::string(), error);
 }
 
-void DscAsyncRequestMessenger::OnGetValue(void*, const std::string& requestId, std::uint32_t id,
+void DscAsyncRequestMessenger::OnGetValue(void*, const std::string& requestId, unsigned long id,
                                           const std::string& urn, const std::string& value,
                                           const IError& error) {
   if (error.IsFailed()) {
@@ -198,7 +229,7 @@ void DscAsyncRequestMessenger::OnGetValue(void*, const std::string& requestId, s
   UpdateDocketList(requestId, value, error);
 }
 
-void DscAsyncRequestMessenger::OnSetValue(void*, const std::string& requestId, std::uint32_t id,
+void DscAsyncRequestMessenger::OnSetValue(void*, const std::string& requestId, unsigned long id,
                                           const std::string& urn, const std::string& value,
                                           const IError& error) {
   if (error.IsFailed()) {
@@ -215,12 +246,12 @@ Docket DscAsyncRequestMessenger::RegisterApplication(const std::string& name, co
       time_duration(0, 0, 0), BoolReader(&AlwaysRelevant));
 }
 
-Docket DscAsyncRequestMessenger::SetValue(std::uint32_t id, const TAVVALUE& value, bool flag) {
+Docket DscAsyncRequestMessenger::SetValue(unsigned long id, const TAVVALUE& value, bool flag) {
   return SynchronizeRequest([&] { return m_deviceStack.SetValueAsync(id, value, flag); },
                             time_duration(0, 0, 0), BoolReader(&AlwaysRelevant));
 }
 
-Docket DscAsyncRequestMessenger::GetValue(std::uint32_t id, bool flag) {
+Docket DscAsyncRequestMessenger::GetValue(unsigned long id, bool flag) {
   return SynchronizeRequest([&] { return m_deviceStack.GetValueAsync(id, flag); },
                             time_duration(0, 0, 0), BoolReader(&AlwaysRelevant));
 }
@@ -237,7 +268,7 @@ Docket DscAsyncRequestMessenger::SetConfiguration(const std::string& config, tim
 }
 
 Docket DscAsyncRequestMessenger::SetConfiguration(
-    std::uint32_t id, const Quor::IDeviceStackClient::PropertyMap& properties, bool flag) {
+    unsigned long id, const Quor::IDeviceStackClient::PropertyMap& properties, bool flag) {
   // Intended: answered even when the device stack refuses; the validity
   // flag carries the result. Takes no lock: nothing of ours is touched.
   return Docket(std::string(), std::string(), m_deviceStack.SetConfiguration(id, properties, flag),
@@ -252,7 +283,7 @@ bool DscAsyncRequestMessenger::SetDeviceConfig(const std::map<std::string, std::
   return m_deviceStack.SetDeviceConfig(config);
 }
 
-bool DscAsyncRequestMessenger::SetValueAndIgnoreResponse(std::uint32_t id, const TAVVALUE& value,
+bool DscAsyncRequestMessenger::SetValueAndIgnoreResponse(unsigned long id, const TAVVALUE& value,
                                                          bool flag) {
   const boost::lock_guard<boost::mutex> lock(m_mutex);
   const std::string requestId = m_deviceStack.SetValueAsync(id, value, flag);

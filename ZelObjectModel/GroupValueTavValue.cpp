@@ -39,7 +39,7 @@ std::ostream& operator<<(std::ostream& os, TavTimeFields fields) {
 
 // main "." sub of a DPT code.
 struct CodeText {
-  std::uint32_t code;
+  unsigned long code;
 };
 std::ostream& operator<<(std::ostream& os, CodeText text) {
   return os << (text.code >> 16) << '.' << (text.code & 0xFFFFu);
@@ -77,27 +77,34 @@ KnxStack::GroupValue DateAndTime(const TAVTIME& time) {
 
 // The table-driven converter shared by every call: built once, read-only
 // afterwards. Null when its Init failed.
-const KnxValueConverter* SharedConverter() {
-  static const std::unique_ptr<const KnxValueConverter> converter = [] {
+KnxValueConverter* SharedConverter() {
+  static const std::unique_ptr<KnxValueConverter> converter = [] {
     auto c = std::make_unique<KnxValueConverter>();
-    return c->Init() ? std::unique_ptr<const KnxValueConverter>(std::move(c)) : nullptr;
+    return c->Init() ? std::move(c) : nullptr;
   }();
   return converter.get();
+}
+
+// The object-model type of a DPT code; the empty type for a code no device
+// can name.
+TavValueType ExpectedType(unsigned long dptCode) {
+  const boost::optional<std::uint32_t> code = Narrow32(dptCode);
+  return code ? KnxOmbMapping::GetIvtFromDpt(*code) : ivtEmpty;
 }
 
 }  // namespace
 
 boost::optional<KnxStack::GroupValue> TavValueToGroupValue(const TAVVALUE& value,
-                                                           std::uint32_t dptCode) {
+                                                           unsigned long dptCode) {
   KnxStack::GroupValue group;
-  const TavValueType expected = KnxOmbMapping::GetIvtFromDpt(dptCode);
+  const TavValueType expected = ExpectedType(dptCode);
   if (value.ivt != expected) {
     ZEL_LOG_ERROR("Value type mismatch: Expected '" << TAVVALUE::GetNameFromValueType(expected)
                                                     << "', got '"
                                                     << TAVVALUE::GetNameFromValueType(value.ivt) << "'");
     return boost::none;
   }
-  const std::uint32_t main = dptCode >> 16;
+  const unsigned long main = dptCode >> 16;
   switch (main) {
     case 1:
       group.SetAsBoolean(value.GetByte() != 0);
@@ -215,10 +222,13 @@ boost::optional<KnxStack::GroupValue> TavValueToGroupValue(const TAVVALUE& value
   return group;
 }
 
-bool CheckGroupValue(const KnxStack::GroupValue& value, std::uint32_t dptCode) {
+bool CheckGroupValue(const KnxStack::GroupValue& value, unsigned long dptCode) {
+  if (!Narrow32(dptCode)) {
+    return false;  // no DPT of the device has such a code
+  }
   KNXDPT dpt{static_cast<std::uint8_t>(value.GetDefinedSize()), static_cast<std::uint16_t>(dptCode >> 16),
              static_cast<std::uint16_t>(dptCode & 0xFFFFu)};
-  const KnxValueConverter* converter = SharedConverter();
+  KnxValueConverter* converter = SharedConverter();
   if (converter == nullptr) {
     ZEL_LOG_FATAL("Could not Init() the value converter");
     return false;
@@ -231,11 +241,23 @@ bool CheckGroupValue(const KnxStack::GroupValue& value, std::uint32_t dptCode) {
 
 namespace {
 
-// The decoding branches, after the checks. Throws GroupValueException when
-// the group value holds too few octets for its getter.
-boost::optional<TAVVALUE> Decode(const KnxStack::GroupValue& value, std::uint32_t dptCode,
-                                 TavValueType expected) {
-  const std::uint32_t main = dptCode >> 16;
+// The public operation whose entries a helper writes: its short name and
+// full signature.
+struct Caller {
+  const char* function;
+  const char* signature;
+};
+
+#define ZEL_LOG_WARN_FOR(caller, pieces)                                                 \
+  ZEL_LOG_AT_FUNCTION(::log4cplus::WARN_LOG_LEVEL, ZEL_LOG_SOURCE, (caller).function, \
+                      (caller).signature, pieces)
+
+// The decoding branches, after the checks; entries are written as the
+// caller's. Throws GroupValueException when the group value holds too few
+// octets for its getter.
+boost::optional<TAVVALUE> Decode(const KnxStack::GroupValue& value, unsigned long dptCode,
+                                 TavValueType expected, const Caller& caller) {
+  const unsigned long main = dptCode >> 16;
   switch (main) {
     case 1:
       return ToTavValue(value.GetAsBoolean(), expected);
@@ -272,7 +294,7 @@ boost::optional<TAVVALUE> Decode(const KnxStack::GroupValue& value, std::uint32_
       int second = 0;
       KnxStack::GroupValue::DayOfWeek day = KnxStack::GroupValue::NoDay;
       if (!value.GetAsTimeOfDay(&hour, &minute, &second, &day)) {
-        ZEL_LOG_WARN("Received invalid DPT 10 time of day: " << hour << ":" << minute << ":" << second);
+        ZEL_LOG_WARN_FOR(caller, "Received invalid DPT 10 time of day: " << hour << ":" << minute << ":" << second);
         return boost::none;
       }
       if (expected != ivtDayTime) {
@@ -285,12 +307,12 @@ boost::optional<TAVVALUE> Decode(const KnxStack::GroupValue& value, std::uint32_
     case 11: {
       const KnxStack::BinaryData& raw = value.GetRawData();
       if (raw.GetLength() != 3) {
-        ZEL_LOG_WARN("Received an invalid DPT 11.001 date from the KNX: Length in bytes is "
+        ZEL_LOG_WARN_FOR(caller, "Received an invalid DPT 11.001 date from the KNX: Length in bytes is "
                      << raw.GetLength() << ", expected 3");
         return boost::none;
       }
       if (raw.GetUInt8Value(2) >= 100) {
-        ZEL_LOG_WARN("Received an invalid DPT 11.001 date from the KNX: Year "
+        ZEL_LOG_WARN_FOR(caller, "Received an invalid DPT 11.001 date from the KNX: Year "
                      << unsigned{raw.GetUInt8Value(2)} << " is out of range (0-99)");
         return boost::none;
       }
@@ -299,7 +321,7 @@ boost::optional<TAVVALUE> Decode(const KnxStack::GroupValue& value, std::uint32_
       int year = 0;
       value.GetAsDate(&day, &month, &year);
       if (year < 1990 || year > 2089 || month < 1 || month > 12 || day < 1 || day > 31) {
-        ZEL_LOG_WARN("Received an invalid DPT 11.001 date from the KNX: " << year << "-" << month << "-"
+        ZEL_LOG_WARN_FOR(caller, "Received an invalid DPT 11.001 date from the KNX: " << year << "-" << month << "-"
                                                                            << day);
         return boost::none;
       }
@@ -345,9 +367,9 @@ boost::optional<TAVVALUE> Decode(const KnxStack::GroupValue& value, std::uint32_
 
 }  // namespace
 
-boost::optional<TAVVALUE> GroupValueToTavValue(const KnxStack::GroupValue& value, std::uint32_t dptCode) {
+boost::optional<TAVVALUE> GroupValueToTavValue(const KnxStack::GroupValue& value, unsigned long dptCode) {
   const MeasureDuration timer("Decoding a KNX value took ", boost::timer::nanosecond_type(100000000));
-  const TavValueType expected = KnxOmbMapping::GetIvtFromDpt(dptCode);
+  const TavValueType expected = ExpectedType(dptCode);
   if (expected == ivtEmpty) {
     ZEL_LOG_ERROR("Unsupported DPT: " << CodeText{dptCode});
     return boost::none;
@@ -358,7 +380,7 @@ boost::optional<TAVVALUE> GroupValueToTavValue(const KnxStack::GroupValue& value
     return boost::none;
   }
   try {
-    return Decode(value, dptCode, expected);
+    return Decode(value, dptCode, expected, Caller{__func__, __PRETTY_FUNCTION__});
   } catch (const KnxStack::GroupValueException& e) {
     // Possible for main numbers with a value type but no DPT-table row,
     // whose check accepts any size: empty, never an exception.

@@ -200,13 +200,11 @@ std::string ToString(const FloatRange& r) {
                    r.m_secondUpper);
 }
 
-KnxConverter::~KnxConverter() = default;
-
 // ---------------------------------------------------------------------------
 // Default converter
 
 bool KnxConverterDefault::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
-                                     KnxStack::GroupValue& group) const {
+                                     KnxStack::GroupValue& group) {
   // Bytes needed for the bit size; the size is one octet, so taken modulo 256.
   unsigned int count = dpt.bitSize / 8u + (dpt.bitSize % 8u != 0 ? 1u : 0u);
   unsigned char buffer[24] = {};
@@ -244,7 +242,7 @@ bool KnxConverterDefault::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
 }
 
 bool KnxConverterDefault::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
-                                       TAVVALUE& value) const {
+                                       TAVVALUE& value) {
   const KnxStack::BinaryData& data = group.GetRawData();
   const auto length = static_cast<unsigned int>(data.GetLength());
   if (ByteArrayToTavValue(data.GetData(), length, value, group.GetDefinedSize() == 1)) {
@@ -258,7 +256,7 @@ bool KnxConverterDefault::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupV
 // Bit converters
 
 bool KnxConverter1Bit::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
-                                  KnxStack::GroupValue& group) const {
+                                  KnxStack::GroupValue& group) {
   ZEL_TRACE_ENCODE();
   if (dpt.mainNumber != 1 || value.ivt != ivtBool) {
     return false;  // refused without a log entry (intended)
@@ -268,7 +266,7 @@ bool KnxConverter1Bit::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
 }
 
 bool KnxConverter1Bit::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
-                                    TAVVALUE& value) const {
+                                    TAVVALUE& value) {
   if (dpt.mainNumber != 1) {
     return false;  // refused without a log entry (intended)
   }
@@ -278,7 +276,7 @@ bool KnxConverter1Bit::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValu
 }
 
 bool KnxConverter2Bit::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
-                                  KnxStack::GroupValue& group) const {
+                                  KnxStack::GroupValue& group) {
   ZEL_TRACE_ENCODE();
   if (dpt.mainNumber != 2 || value.ivt != ivtByte) {
     ZEL_REFUSE("Wrong tav value type (ivtByte) or DPT main number (2.x)!");
@@ -288,7 +286,7 @@ bool KnxConverter2Bit::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
 }
 
 bool KnxConverter2Bit::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
-                                    TAVVALUE& value) const {
+                                    TAVVALUE& value) {
   if (dpt.mainNumber != 2) {
     ZEL_REFUSE("Wrong DPT main number (2.x)!");
   }
@@ -298,7 +296,7 @@ bool KnxConverter2Bit::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValu
 }
 
 bool KnxConverter4Bit::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
-                                  KnxStack::GroupValue& group) const {
+                                  KnxStack::GroupValue& group) {
   ZEL_TRACE_ENCODE();
   if (dpt.mainNumber != 3 || value.ivt != ivtByte) {
     ZEL_REFUSE("Wrong tav value type (ivtByte) or DPT main number (3.x)!");
@@ -311,7 +309,7 @@ bool KnxConverter4Bit::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
 }
 
 bool KnxConverter4Bit::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
-                                    TAVVALUE& value) const {
+                                    TAVVALUE& value) {
   ZEL_TRACE_DECODE();
   if (dpt.mainNumber != 3) {
     ZEL_REFUSE("Wrong DPT main number (3.x)!");
@@ -341,7 +339,7 @@ std::int64_t SingleCodePoint(const std::string& text) {
 }  // namespace
 
 bool KnxConverter8BitString::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
-                                        KnxStack::GroupValue& group) const {
+                                        KnxStack::GroupValue& group) {
   ZEL_TRACE_ENCODE();
   if (dpt.mainNumber != 4 || value.ivt != ivtString) {
     ZEL_REFUSE("Wrong tav value type (ivtString) or DPT main number (4.x)!");
@@ -356,7 +354,7 @@ bool KnxConverter8BitString::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value
 }
 
 bool KnxConverter8BitString::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
-                                          TAVVALUE& value) const {
+                                          TAVVALUE& value) {
   ZEL_TRACE_DECODE();
   if (dpt.mainNumber != 4) {
     ZEL_REFUSE("Wrong DPT main number (4.x)!");
@@ -397,7 +395,7 @@ std::string ToLatin1Within(const std::string& text, std::int32_t upper, bool& re
 // place of what the DPT cannot carry. Text beyond 14 octets is cut by the
 // group value, as KNX tools do.
 bool KnxConverter14ByteString::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
-                                          KnxStack::GroupValue& group) const {
+                                          KnxStack::GroupValue& group) {
   ZEL_TRACE_ENCODE();
   if (dpt.mainNumber != 16 || value.ivt != ivtString) {
     ZEL_REFUSE("Wrong DPT main number (16.x) or tav value type (ivtString)!");
@@ -412,7 +410,7 @@ bool KnxConverter14ByteString::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& val
 }
 
 bool KnxConverter14ByteString::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
-                                            TAVVALUE& value) const {
+                                            TAVVALUE& value) {
   ZEL_TRACE_DECODE();
   if (dpt.mainNumber != 16) {
     ZEL_REFUSE("Wrong DPT main number (16.x)!");
@@ -437,7 +435,7 @@ bool KnxConverter14ByteString::FromKnxValue(const KNXDPT& dpt, const KnxStack::G
 // 8-bit converters
 
 bool KnxConverterByte8BitUnsigned::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
-                                              KnxStack::GroupValue& group) const {
+                                              KnxStack::GroupValue& group) {
   ZEL_TRACE_ENCODE();
   if (value.ivt != ivtByte) {
     ZEL_REFUSE("Wrong tav value type (ivtByte)!");
@@ -453,7 +451,7 @@ bool KnxConverterByte8BitUnsigned::ToKnxValue(const KNXDPT& dpt, const TAVVALUE&
 
 bool KnxConverterByte8BitUnsigned::FromKnxValue(const KNXDPT& dpt,
                                                 const KnxStack::GroupValue& group,
-                                                TAVVALUE& value) const {
+                                                TAVVALUE& value) {
   ZEL_TRACE_DECODE();
   // No main number test: the range alone decides (intended).
   const std::uint8_t octet = group.GetAsUnsigned8();
@@ -467,7 +465,7 @@ bool KnxConverterByte8BitUnsigned::FromKnxValue(const KNXDPT& dpt,
 }
 
 bool KnxConverterInteger8BitSigned::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
-                                               KnxStack::GroupValue& group) const {
+                                               KnxStack::GroupValue& group) {
   ZEL_TRACE_ENCODE();
   if (dpt.mainNumber != 6 || value.ivt != ivtInteger) {
     ZEL_REFUSE("Wrong tav value type (ivtInteger) or DPT main number (6.x)!");
@@ -479,7 +477,7 @@ bool KnxConverterInteger8BitSigned::ToKnxValue(const KNXDPT& dpt, const TAVVALUE
 
 bool KnxConverterInteger8BitSigned::FromKnxValue(const KNXDPT& dpt,
                                                  const KnxStack::GroupValue& group,
-                                                 TAVVALUE& value) const {
+                                                 TAVVALUE& value) {
   ZEL_TRACE_DECODE();
   value.ivt = ivtInteger;
   value.SetInteger(group.GetAsSigned8());
@@ -491,7 +489,7 @@ bool IsOneHotMode(unsigned mode) { return mode == 1 || mode == 2 || mode == 4; }
 }  // namespace
 
 bool KnxConverterStatus8Bit::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
-                                        KnxStack::GroupValue& group) const {
+                                        KnxStack::GroupValue& group) {
   ZEL_TRACE_ENCODE();
   // Any one of the three conditions suffices (intended).
   if (dpt.mainNumber != 6 && dpt.subNumber != 20 && value.ivt != ivtByte) {
@@ -508,7 +506,7 @@ bool KnxConverterStatus8Bit::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value
 }
 
 bool KnxConverterStatus8Bit::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
-                                          TAVVALUE& value) const {
+                                          TAVVALUE& value) {
   ZEL_TRACE_DECODE();
   if (dpt.mainNumber != 6 && dpt.subNumber != 20) {
     ZEL_REFUSE("Wrong DPT main number (6.020)!");
@@ -527,7 +525,7 @@ bool KnxConverterStatus8Bit::FromKnxValue(const KNXDPT& dpt, const KnxStack::Gro
 // 16-bit and 32-bit integers
 
 bool KnxConverterInteger16BitUnsigned::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
-                                                  KnxStack::GroupValue& group) const {
+                                                  KnxStack::GroupValue& group) {
   ZEL_TRACE_ENCODE();
   if (dpt.mainNumber != 7 && value.ivt != ivtWord) {
     ZEL_REFUSE("Wrong DPT main number (7.x) or tav value type (ivtWord)!");
@@ -539,7 +537,7 @@ bool KnxConverterInteger16BitUnsigned::ToKnxValue(const KNXDPT& dpt, const TAVVA
 
 bool KnxConverterInteger16BitUnsigned::FromKnxValue(const KNXDPT& dpt,
                                                     const KnxStack::GroupValue& group,
-                                                    TAVVALUE& value) const {
+                                                    TAVVALUE& value) {
   ZEL_TRACE_DECODE();
   if (dpt.mainNumber != 7) {
     ZEL_REFUSE("Wrong DPT main number (7.x)!");
@@ -550,7 +548,7 @@ bool KnxConverterInteger16BitUnsigned::FromKnxValue(const KNXDPT& dpt,
 }
 
 bool KnxConverterInteger16BitSigned::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
-                                                KnxStack::GroupValue& group) const {
+                                                KnxStack::GroupValue& group) {
   ZEL_TRACE_ENCODE();
   if (dpt.mainNumber != 8 && value.ivt != ivtInteger) {
     ZEL_REFUSE("Wrong DPT main number (8.x) or tav value type (ivtInteger)!");
@@ -562,7 +560,7 @@ bool KnxConverterInteger16BitSigned::ToKnxValue(const KNXDPT& dpt, const TAVVALU
 
 bool KnxConverterInteger16BitSigned::FromKnxValue(const KNXDPT& dpt,
                                                   const KnxStack::GroupValue& group,
-                                                  TAVVALUE& value) const {
+                                                  TAVVALUE& value) {
   ZEL_TRACE_DECODE();
   if (dpt.mainNumber != 8) {
     ZEL_REFUSE("Wrong DPT main number (8.x)!");
@@ -573,7 +571,7 @@ bool KnxConverterInteger16BitSigned::FromKnxValue(const KNXDPT& dpt,
 }
 
 bool KnxConverterInteger24BitUnsigned::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
-                                                  KnxStack::GroupValue& group) const {
+                                                  KnxStack::GroupValue& group) {
   ZEL_TRACE_ENCODE();
   if (value.ivt != ivtDWord) {
     ZEL_REFUSE("Wrong tav value type (ivtDWord)!");
@@ -592,7 +590,7 @@ bool KnxConverterInteger24BitUnsigned::ToKnxValue(const KNXDPT& dpt, const TAVVA
 
 bool KnxConverterInteger24BitUnsigned::FromKnxValue(const KNXDPT& dpt,
                                                     const KnxStack::GroupValue& group,
-                                                    TAVVALUE& value) const {
+                                                    TAVVALUE& value) {
   ZEL_TRACE_DECODE();
   const std::uint32_t u = group.GetRawData().GetUInt32Value(0);
   if (!InFirstPair(m_range, static_cast<std::int64_t>(u))) {
@@ -605,7 +603,7 @@ bool KnxConverterInteger24BitUnsigned::FromKnxValue(const KNXDPT& dpt,
 }
 
 bool KnxConverterInteger32BitUnsigned::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
-                                                  KnxStack::GroupValue& group) const {
+                                                  KnxStack::GroupValue& group) {
   ZEL_TRACE_ENCODE();
   // The value type alone decides, never the main number (intended).
   if (value.ivt != ivtDWord) {
@@ -622,7 +620,7 @@ bool KnxConverterInteger32BitUnsigned::ToKnxValue(const KNXDPT& dpt, const TAVVA
 
 bool KnxConverterInteger32BitUnsigned::FromKnxValue(const KNXDPT& dpt,
                                                     const KnxStack::GroupValue& group,
-                                                    TAVVALUE& value) const {
+                                                    TAVVALUE& value) {
   ZEL_TRACE_DECODE();
   const std::uint32_t u = group.GetAsUnsigned32();
   if (!InFirstPair(m_range, static_cast<std::int64_t>(u))) {
@@ -649,7 +647,7 @@ std::int64_t ScaleFromRaw(const IntegerRange& r, std::int64_t raw) {
 }  // namespace
 
 bool KnxConverterInteger32BitSigned::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
-                                                KnxStack::GroupValue& group) const {
+                                                KnxStack::GroupValue& group) {
   ZEL_TRACE_ENCODE();
   if (dpt.mainNumber != 13 && value.ivt != ivtInteger) {
     ZEL_REFUSE("Wrong DPT main number (13.x) or tav value type (ivtInteger)!");
@@ -666,7 +664,7 @@ bool KnxConverterInteger32BitSigned::ToKnxValue(const KNXDPT& dpt, const TAVVALU
 
 bool KnxConverterInteger32BitSigned::FromKnxValue(const KNXDPT& dpt,
                                                   const KnxStack::GroupValue& group,
-                                                  TAVVALUE& value) const {
+                                                  TAVVALUE& value) {
   ZEL_TRACE_DECODE();
   if (dpt.mainNumber != 13) {
     ZEL_REFUSE("Wrong DPT main number (13.x)!");
@@ -685,7 +683,7 @@ bool KnxConverterInteger32BitSigned::FromKnxValue(const KNXDPT& dpt,
 // Floats
 
 bool KnxConverterFloat16BitFloat::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
-                                             KnxStack::GroupValue& group) const {
+                                             KnxStack::GroupValue& group) {
   ZEL_TRACE_ENCODE();
   // Any one of the three conditions suffices (intended).
   if (dpt.mainNumber != 9 && value.ivt != ivtFloat && value.ivt != ivtNone) {
@@ -707,7 +705,7 @@ bool KnxConverterFloat16BitFloat::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& 
 
 bool KnxConverterFloat16BitFloat::FromKnxValue(const KNXDPT& dpt,
                                                const KnxStack::GroupValue& group,
-                                               TAVVALUE& value) const {
+                                               TAVVALUE& value) {
   ZEL_TRACE_DECODE();
   if (group.GetAsUnsigned16() == 0x7FFF) {  // KNX invalid data: no value
     value.ivt = ivtNone;
@@ -725,7 +723,7 @@ bool KnxConverterFloat16BitFloat::FromKnxValue(const KNXDPT& dpt,
 }
 
 bool KnxConverterFloat32BitFloat::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
-                                             KnxStack::GroupValue& group) const {
+                                             KnxStack::GroupValue& group) {
   ZEL_TRACE_ENCODE();
   if (dpt.mainNumber != 14 && value.ivt != ivtFloat && value.ivt != ivtNone) {
     ZEL_REFUSE("Wrong DPT main number (14.x) or tav value type (ivtFloat)!");
@@ -741,7 +739,7 @@ bool KnxConverterFloat32BitFloat::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& 
 
 bool KnxConverterFloat32BitFloat::FromKnxValue(const KNXDPT& dpt,
                                                const KnxStack::GroupValue& group,
-                                               TAVVALUE& value) const {
+                                               TAVVALUE& value) {
   ZEL_TRACE_DECODE();
   if (dpt.mainNumber != 14) {
     ZEL_REFUSE("Wrong DPT main number (14.x)!");
@@ -758,7 +756,7 @@ bool KnxConverterFloat32BitFloat::FromKnxValue(const KNXDPT& dpt,
 // (a value of the integer type is refused on 18.001).
 
 bool KnxConverterSceneNumber::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
-                                         KnxStack::GroupValue& group) const {
+                                         KnxStack::GroupValue& group) {
   ZEL_TRACE_ENCODE();
   // Any one of the three conditions suffices (intended).
   if (dpt.mainNumber != 17 && dpt.subNumber != 1 && value.ivt != ivtByte) {
@@ -773,7 +771,7 @@ bool KnxConverterSceneNumber::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& valu
 }
 
 bool KnxConverterSceneNumber::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
-                                           TAVVALUE& value) const {
+                                           TAVVALUE& value) {
   ZEL_TRACE_DECODE();
   if (dpt.mainNumber != 17 && dpt.subNumber != 1) {
     ZEL_REFUSE("Wrong DPT main number (17.001)!");
@@ -788,7 +786,7 @@ bool KnxConverterSceneNumber::FromKnxValue(const KNXDPT& dpt, const KnxStack::Gr
 }
 
 bool KnxConverterSceneControl::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
-                                          KnxStack::GroupValue& group) const {
+                                          KnxStack::GroupValue& group) {
   ZEL_TRACE_ENCODE();
   // All three conditions, unlike the other converters (intended).
   if (dpt.mainNumber != 18 || dpt.subNumber != 1 || value.ivt != ivtByte) {
@@ -803,7 +801,7 @@ bool KnxConverterSceneControl::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& val
 }
 
 bool KnxConverterSceneControl::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
-                                            TAVVALUE& value) const {
+                                            TAVVALUE& value) {
   ZEL_TRACE_DECODE();
   if (dpt.mainNumber != 18 || dpt.subNumber != 1) {
     ZEL_REFUSE("Wrong DPT for Scene number, only 18.001 is valid.");
@@ -816,7 +814,7 @@ bool KnxConverterSceneControl::FromKnxValue(const KNXDPT& dpt, const KnxStack::G
 }
 
 bool KnxConverterSceneInfo::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
-                                       KnxStack::GroupValue& group) const {
+                                       KnxStack::GroupValue& group) {
   ZEL_TRACE_ENCODE();
   if (dpt.mainNumber != 26 || dpt.subNumber != 1 || value.ivt != ivtByte) {
     ZEL_REFUSE("Wrong DPT for Scene number (26.001) or tav value type (ivtByte).");
@@ -829,7 +827,7 @@ bool KnxConverterSceneInfo::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
 }
 
 bool KnxConverterSceneInfo::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
-                                         TAVVALUE& value) const {
+                                         TAVVALUE& value) {
   ZEL_TRACE_DECODE();
   if (dpt.mainNumber != 26 || dpt.subNumber != 1) {
     ZEL_REFUSE("Wrong DPT for Scene number, only 26.001 is valid.");
@@ -853,7 +851,7 @@ std::uint8_t Octet(const KnxStack::GroupValue& group, std::size_t index) {
 }  // namespace
 
 bool KnxConverterTimeOfDay::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
-                                       KnxStack::GroupValue& group) const {
+                                       KnxStack::GroupValue& group) {
   ZEL_TRACE_ENCODE();
   // Any one of the three conditions suffices (intended).
   if (dpt.mainNumber != 10 && dpt.subNumber != 1 && value.ivt != ivtDayTime) {
@@ -869,7 +867,7 @@ bool KnxConverterTimeOfDay::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
 }
 
 bool KnxConverterTimeOfDay::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
-                                         TAVVALUE& value) const {
+                                         TAVVALUE& value) {
   ZEL_TRACE_DECODE();
   if (dpt.mainNumber != 10) {
     ZEL_REFUSE("Wrong DPT main number (10.001)!");
@@ -897,7 +895,7 @@ bool KnxConverterTimeOfDay::FromKnxValue(const KNXDPT& dpt, const KnxStack::Grou
 }
 
 bool KnxConverterDate::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
-                                  KnxStack::GroupValue& group) const {
+                                  KnxStack::GroupValue& group) {
   ZEL_TRACE_ENCODE();
   // Any one of the three conditions suffices, and the refusal deliberately
   // shares the time-of-day converter's text.
@@ -918,7 +916,7 @@ bool KnxConverterDate::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
 }
 
 bool KnxConverterDate::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
-                                    TAVVALUE& value) const {
+                                    TAVVALUE& value) {
   ZEL_TRACE_DECODE();
   if (dpt.mainNumber != 11) {
     ZEL_REFUSE("Wrong DPT main number (11.001)!");
@@ -977,7 +975,7 @@ constexpr std::uint8_t kSummerTime = 0x01;
       << ", minute=" << (minute) << ", second=" << (second)
 
 bool KnxConverterDateTime::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
-                                      KnxStack::GroupValue& group) const {
+                                      KnxStack::GroupValue& group) {
   ZEL_TRACE_ENCODE();
   if (dpt.mainNumber != 19 && value.ivt != ivtDateTime) {
     ZEL_REFUSE("Wrong DPT main number (19.001) or tav value type (ivtDateTime)!");
@@ -1010,7 +1008,7 @@ bool KnxConverterDateTime::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
 }
 
 bool KnxConverterDateTime::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
-                                        TAVVALUE& value) const {
+                                        TAVVALUE& value) {
   ZEL_TRACE_DECODE();
   if (dpt.mainNumber != 19) {
     ZEL_REFUSE("Wrong DPT main number (19.001)!");
@@ -1018,23 +1016,33 @@ bool KnxConverterDateTime::FromKnxValue(const KNXDPT& dpt, const KnxStack::Group
   const unsigned year = 1900u + Octet(group, 0);
   const unsigned month = Octet(group, 1) & 0x0Fu;
   const unsigned day = Octet(group, 2) & 0x1Fu;
-  const unsigned weekday = Octet(group, 3) >> 5;
-  const unsigned hour = Octet(group, 3) & 0x1Fu;
+  unsigned weekday = Octet(group, 3) >> 5;
+  unsigned hour = Octet(group, 3) & 0x1Fu;
   const unsigned minute = Octet(group, 4) & 0x3Fu;
   const unsigned second = Octet(group, 5) & 0x3Fu;
   const std::uint8_t flags = Octet(group, 6);
+  // 24:00:00 is the standard's end of the day: midnight at the start of the
+  // next day (and its weekday), which is how the platform holds it.
+  const bool endOfDay = hour == 24 && minute == 0 && second == 0;
   if ((flags & (kFault | kNoYear | kNoDate | kNoTime)) != 0 ||
-      !TAVTIME::IsValidTime(static_cast<std::uint8_t>(hour), static_cast<std::uint8_t>(minute),
-                            static_cast<std::uint8_t>(second))) {
+      (!endOfDay &&
+       !TAVTIME::IsValidTime(static_cast<std::uint8_t>(hour), static_cast<std::uint8_t>(minute),
+                             static_cast<std::uint8_t>(second)))) {
     ZEL_REFUSE(ZEL_DATE_TIME_PIECES(year, month, day, hour, minute, second));
   }
   TAVTIME time;
   try {
-    const boost::gregorian::date date(static_cast<unsigned short>(year),
-                                      static_cast<unsigned short>(month),
-                                      static_cast<unsigned short>(day));
-    time.SetDateTime(static_cast<std::uint16_t>(date.year()), static_cast<std::uint8_t>(month),
-                     static_cast<std::uint8_t>(day), static_cast<std::uint8_t>(hour),
+    boost::gregorian::date date(static_cast<unsigned short>(year),
+                                static_cast<unsigned short>(month),
+                                static_cast<unsigned short>(day));
+    if (endOfDay) {
+      date += boost::gregorian::days(1);
+      hour = 0;
+      weekday = weekday == 0 ? 0 : weekday % 7 + 1;
+    }
+    time.SetDateTime(static_cast<std::uint16_t>(date.year()),
+                     static_cast<std::uint8_t>(date.month().as_number()),
+                     static_cast<std::uint8_t>(date.day()), static_cast<std::uint8_t>(hour),
                      static_cast<std::uint8_t>(minute), static_cast<std::uint8_t>(second), false);
   } catch (const std::exception& e) {
     ZEL_REFUSE("Exception caught during conversion of date and time:" << e.what());
@@ -1047,5 +1055,71 @@ bool KnxConverterDateTime::FromKnxValue(const KNXDPT& dpt, const KnxStack::Group
   value.SetTime(time);
   return true;
 }
+
+
+// ---------------------------------------------------------------------------
+// Construction and Clone: a member-wise copy.
+
+KnxConverter::~KnxConverter() = default;
+
+KnxConverter* KnxConverterDefault::Clone() const { return new KnxConverterDefault(*this); }
+
+KnxConverter* KnxConverter1Bit::Clone() const { return new KnxConverter1Bit(*this); }
+
+KnxConverter* KnxConverter2Bit::Clone() const { return new KnxConverter2Bit(*this); }
+
+KnxConverter4Bit::KnxConverter4Bit(const FloatIntegerRange& range) : m_range(range) {}
+KnxConverter* KnxConverter4Bit::Clone() const { return new KnxConverter4Bit(*this); }
+
+KnxConverter8BitString::KnxConverter8BitString(const IntegerRange& range) : m_range(range) {}
+KnxConverter* KnxConverter8BitString::Clone() const { return new KnxConverter8BitString(*this); }
+
+KnxConverterByte8BitUnsigned::KnxConverterByte8BitUnsigned(const IntegerRange& range) : m_range(range) {}
+KnxConverter* KnxConverterByte8BitUnsigned::Clone() const { return new KnxConverterByte8BitUnsigned(*this); }
+
+KnxConverterInteger8BitSigned::KnxConverterInteger8BitSigned(const IntegerRange& range) : m_range(range) {}
+KnxConverter* KnxConverterInteger8BitSigned::Clone() const { return new KnxConverterInteger8BitSigned(*this); }
+
+KnxConverterStatus8Bit::KnxConverterStatus8Bit(const IntegerRange& range) : m_range(range) {}
+KnxConverter* KnxConverterStatus8Bit::Clone() const { return new KnxConverterStatus8Bit(*this); }
+
+KnxConverterInteger16BitUnsigned::KnxConverterInteger16BitUnsigned(const IntegerRange& range) : m_range(range) {}
+KnxConverter* KnxConverterInteger16BitUnsigned::Clone() const { return new KnxConverterInteger16BitUnsigned(*this); }
+
+KnxConverterInteger16BitSigned::KnxConverterInteger16BitSigned(const IntegerRange& range) : m_range(range) {}
+KnxConverter* KnxConverterInteger16BitSigned::Clone() const { return new KnxConverterInteger16BitSigned(*this); }
+
+KnxConverterFloat16BitFloat::KnxConverterFloat16BitFloat(const FloatRange& range) : m_range(range) {}
+KnxConverter* KnxConverterFloat16BitFloat::Clone() const { return new KnxConverterFloat16BitFloat(*this); }
+
+KnxConverterFloat32BitFloat::KnxConverterFloat32BitFloat(const FloatRange& range) : m_range(range) {}
+KnxConverter* KnxConverterFloat32BitFloat::Clone() const { return new KnxConverterFloat32BitFloat(*this); }
+
+KnxConverterInteger24BitUnsigned::KnxConverterInteger24BitUnsigned(const LongIntegerRange& range) : m_range(range) {}
+KnxConverter* KnxConverterInteger24BitUnsigned::Clone() const { return new KnxConverterInteger24BitUnsigned(*this); }
+
+KnxConverterInteger32BitUnsigned::KnxConverterInteger32BitUnsigned(const LongIntegerRange& range) : m_range(range) {}
+KnxConverter* KnxConverterInteger32BitUnsigned::Clone() const { return new KnxConverterInteger32BitUnsigned(*this); }
+
+KnxConverterInteger32BitSigned::KnxConverterInteger32BitSigned(const IntegerRange& range) : m_range(range) {}
+KnxConverter* KnxConverterInteger32BitSigned::Clone() const { return new KnxConverterInteger32BitSigned(*this); }
+
+KnxConverter14ByteString::KnxConverter14ByteString(const IntegerRange& range) : m_range(range) {}
+KnxConverter* KnxConverter14ByteString::Clone() const { return new KnxConverter14ByteString(*this); }
+
+KnxConverter* KnxConverterTimeOfDay::Clone() const { return new KnxConverterTimeOfDay(*this); }
+
+KnxConverter* KnxConverterDate::Clone() const { return new KnxConverterDate(*this); }
+
+KnxConverter* KnxConverterDateTime::Clone() const { return new KnxConverterDateTime(*this); }
+
+KnxConverterSceneNumber::KnxConverterSceneNumber(const IntegerRange& range) : m_range(range) {}
+KnxConverter* KnxConverterSceneNumber::Clone() const { return new KnxConverterSceneNumber(*this); }
+
+KnxConverterSceneControl::KnxConverterSceneControl(const IntegerRange& range) : m_range(range) {}
+KnxConverter* KnxConverterSceneControl::Clone() const { return new KnxConverterSceneControl(*this); }
+
+KnxConverterSceneInfo::KnxConverterSceneInfo(const IntegerRange& range) : m_range(range) {}
+KnxConverter* KnxConverterSceneInfo::Clone() const { return new KnxConverterSceneInfo(*this); }
 
 }  // namespace Zel

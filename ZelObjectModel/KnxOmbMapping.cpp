@@ -1,5 +1,6 @@
 #include "Zel/KnxOmbMapping.h"
 
+#include "NumericCast.h"
 #include "Zel/TavValueHelper.h"
 
 #include "ZelLog/Logging.h"
@@ -13,27 +14,24 @@ namespace Zel {
 namespace {
 
 using ObjModelId = KnxOmbMapping::ObjModelId;
+using Id = std::uint32_t;  // what the arithmetic works in
 
-constexpr ObjModelId kDeviceId = 1000;
-constexpr ObjModelId kBlock = 100000;  // ids of one logical device
-constexpr ObjModelId kAppControlOffset = 20;
-constexpr ObjModelId kCoOffset = 98;  // channel of CO number 0
-constexpr ObjModelId kCoFirstOffset = 100;
-constexpr ObjModelId kCoLastOffset = 8289;  // value id of CO number 4095
+constexpr Id kDeviceId = 1000;
+constexpr Id kBlock = 100000;  // ids of one logical device
+constexpr Id kAppControlOffset = 20;
+constexpr Id kCoOffset = 98;  // channel of CO number 0
+constexpr Id kCoFirstOffset = 100;
+constexpr Id kCoLastOffset = 8289;  // value id of CO number 4095
 constexpr std::uint32_t kCoNumbers = 4096;
-constexpr ObjModelId kParameterOffset = 60000;
-constexpr ObjModelId kParameterTypeSpan = 10000;
+constexpr Id kParameterOffset = 60000;
+constexpr Id kParameterTypeSpan = 10000;
 
-ObjModelId Base(LogicalDeviceId ld) {
-  return kBlock * static_cast<ObjModelId>(ld.Get());
-}
+Id Base(LogicalDeviceId ld) { return kBlock * static_cast<Id>(ld.Get()); }
 
-ObjModelId TypeNumber(ParameterType type) {
-  return static_cast<ObjModelId>(static_cast<int>(type));
-}
+Id TypeNumber(ParameterType type) { return static_cast<Id>(static_cast<int>(type)); }
 
 // The parameter channel without the range check of its number.
-ObjModelId ParameterChannel(std::uint16_t number, LogicalDeviceId ld, ParameterType type) {
+Id ParameterChannel(std::uint16_t number, LogicalDeviceId ld, ParameterType type) {
   return Base(ld) + kParameterOffset + kParameterTypeSpan * TypeNumber(type) + 2u * number;
 }
 
@@ -43,7 +41,41 @@ boost::optional<ObjModelId> ParameterValue(std::uint16_t number, LogicalDeviceId
   if (number > max) {
     return boost::none;
   }
-  return ParameterChannel(number, ld, type) + 1;
+  return ObjModelId{ParameterChannel(number, ld, type) + 1};
+}
+
+bool IsCoChannel32(Id id) {
+  const Id offset = id % kBlock;
+  return id >= kBlock && offset >= kCoFirstOffset && offset <= kCoLastOffset && id % 2 == 0;
+}
+
+bool IsParameterChannel32(Id id) {
+  if (id <= kBlock + kParameterOffset - 1) {
+    return false;
+  }
+  // Both halves of a block fold onto the parameter layout (intended).
+  Id r = (id % kBlock) % kParameterOffset;
+  if (r <= 1 || r - 2 > 3 * kParameterTypeSpan - 1) {
+    return false;
+  }
+  const Id type = (r - 2) / kParameterTypeSpan;
+  if (type >= 1) {
+    // Offsets 20000 and 20001 fold onto Number's 0 and pass as Text 0 (intended).
+    r %= kParameterTypeSpan * type;
+  }
+  // Halving without a parity test lets value ids pass too (intended).
+  return KnxOmbMapping::GetMaxParametersOfType(static_cast<ParameterType>(type)) >= r / 2;
+}
+
+boost::optional<ParameterType> ParameterType32(Id id, LogicalDeviceId ld) {
+  if (!IsParameterChannel32(id)) {
+    return boost::none;
+  }
+  const Id r = id % (Base(ld) + kParameterOffset);
+  if (r > 3 * kParameterTypeSpan - 1) {
+    return boost::none;
+  }
+  return static_cast<ParameterType>(r / kParameterTypeSpan);
 }
 
 // One row of the main-number table.
@@ -118,9 +150,13 @@ const MainTable& Mains() {
   return table;
 }
 
-const MainRow* FindMain(std::uint32_t mainNumber) {
+const MainRow* FindMain(unsigned long mainNumber) {
+  const boost::optional<Id> main32 = Narrow32(mainNumber);
+  if (!main32) {
+    return nullptr;
+  }
   const MainTable& table = Mains();
-  const auto it = table.find(mainNumber);
+  const auto it = table.find(*main32);
   return it == table.end() ? nullptr : &it->second;
 }
 
@@ -168,14 +204,20 @@ std::uint32_t KnxOmbMapping::GetMaxParametersOfType(ParameterType type) {
   return 0;  // a number cast to ParameterType that is none of them
 }
 
-bool KnxOmbMapping::IsAnyLogicalKnxDeviceId(ObjModelId id) { return id >= kBlock; }
-
-bool KnxOmbMapping::IsCoChannel(ObjModelId id) {
-  const ObjModelId offset = id % kBlock;
-  return id >= kBlock && offset >= kCoFirstOffset && offset <= kCoLastOffset && id % 2 == 0;
+bool KnxOmbMapping::IsAnyLogicalKnxDeviceId(ObjModelId id) {
+  const boost::optional<Id> id32 = Narrow32(id);
+  return id32 && *id32 >= kBlock;
 }
 
-bool KnxOmbMapping::IsCoValue(ObjModelId id) { return id != 0 && IsCoChannel(id - 1); }
+bool KnxOmbMapping::IsCoChannel(ObjModelId id) {
+  const boost::optional<Id> id32 = Narrow32(id);
+  return id32 && IsCoChannel32(*id32);
+}
+
+bool KnxOmbMapping::IsCoValue(ObjModelId id) {
+  const boost::optional<Id> id32 = Narrow32(id);
+  return id32 && *id32 != 0 && IsCoChannel32(*id32 - 1);
+}
 
 bool KnxOmbMapping::IsAppHostAppControlState(ObjModelId id, LogicalDeviceId ld) {
   return id == GetAppHostAppControlStateObjModelId(ld);
@@ -194,21 +236,8 @@ bool KnxOmbMapping::IsAppHostAppControlAppDebug(ObjModelId id, LogicalDeviceId l
 }
 
 bool KnxOmbMapping::IsParameterChannel(ObjModelId id) {
-  if (id <= kBlock + kParameterOffset - 1) {
-    return false;
-  }
-  // Both halves of a block fold onto the parameter layout (intended).
-  ObjModelId r = (id % kBlock) % kParameterOffset;
-  if (r <= 1 || r - 2 > 3 * kParameterTypeSpan - 1) {
-    return false;
-  }
-  const ObjModelId type = (r - 2) / kParameterTypeSpan;
-  if (type >= 1) {
-    // Offsets 20000 and 20001 fold onto Number's 0 and pass as Text 0 (intended).
-    r %= kParameterTypeSpan * type;
-  }
-  // Halving without a parity test lets value ids pass too (intended).
-  return GetMaxParametersOfType(static_cast<ParameterType>(type)) >= r / 2;
+  const boost::optional<Id> id32 = Narrow32(id);
+  return id32 && IsParameterChannel32(*id32);
 }
 
 boost::optional<ObjModelId> KnxOmbMapping::GetCoChannelObjModelId(std::uint16_t coNumber,
@@ -216,14 +245,15 @@ boost::optional<ObjModelId> KnxOmbMapping::GetCoChannelObjModelId(std::uint16_t 
   if (coNumber >= kCoNumbers) {
     return boost::none;
   }
-  return Base(ld) + kCoOffset + 2u * coNumber;
+  return ObjModelId{Base(ld) + kCoOffset + 2u * coNumber};
 }
 
 boost::optional<ObjModelId> KnxOmbMapping::GetCoValueObjModelId(ObjModelId channelId) {
-  if (!IsCoChannel(channelId)) {
+  const boost::optional<Id> id32 = Narrow32(channelId);
+  if (!id32 || !IsCoChannel32(*id32)) {
     return boost::none;
   }
-  return channelId + 1;
+  return ObjModelId{*id32 + 1};
 }
 
 boost::optional<ObjModelId> KnxOmbMapping::GetCoValueObjModelId(std::uint16_t coNumber,
@@ -241,14 +271,15 @@ boost::optional<ObjModelId> KnxOmbMapping::GetParameterChannelObjModelId(std::ui
   if (number > GetMaxParametersOfType(type)) {
     return boost::none;
   }
-  return ParameterChannel(number, ld, type);
+  return ObjModelId{ParameterChannel(number, ld, type)};
 }
 
 boost::optional<ObjModelId> KnxOmbMapping::GetParameterValueObjModelId(ObjModelId channelId) {
-  if (!IsParameterChannel(channelId)) {
+  const boost::optional<Id> id32 = Narrow32(channelId);
+  if (!id32 || !IsParameterChannel32(*id32)) {
     return boost::none;
   }
-  return channelId + 1;
+  return ObjModelId{*id32 + 1};
 }
 
 boost::optional<ObjModelId> KnxOmbMapping::GetParameterValueObjModelId(std::uint16_t number,
@@ -277,60 +308,57 @@ boost::optional<ObjModelId> KnxOmbMapping::GetTextParameterValueObjModelId(std::
 
 boost::optional<std::uint16_t> KnxOmbMapping::GetCoNumberFromObjModelId(ObjModelId valueId,
                                                                         LogicalDeviceId ld) {
-  if (valueId % 2 == 0 || !IsCoChannel(valueId & ~ObjModelId{1})) {
+  const boost::optional<Id> id32 = Narrow32(valueId);
+  if (!id32 || *id32 % 2 == 0 || !IsCoChannel32(*id32 & ~Id{1})) {
     return boost::none;
   }
   // Modulo 100000 * ld, not 100000, and no check that the id lies in
   // logical device ld (intended).
-  return static_cast<std::uint16_t>(((valueId % Base(ld)) - kCoFirstOffset) / 2 + 1);
+  return static_cast<std::uint16_t>(((*id32 % Base(ld)) - kCoFirstOffset) / 2 + 1);
 }
 
 boost::optional<ParameterType> KnxOmbMapping::GetParameterTypeFromObjModelId(ObjModelId id,
                                                                              LogicalDeviceId ld) {
-  if (!IsParameterChannel(id)) {
-    return boost::none;
-  }
-  const ObjModelId r = id % (Base(ld) + kParameterOffset);
-  if (r > 3 * kParameterTypeSpan - 1) {
-    return boost::none;
-  }
-  return static_cast<ParameterType>(r / kParameterTypeSpan);
+  const boost::optional<Id> id32 = Narrow32(id);
+  return id32 ? ParameterType32(*id32, ld) : boost::none;
 }
 
 boost::optional<std::uint8_t> KnxOmbMapping::GetParameterNumberFromObjModelId(ObjModelId id,
                                                                               LogicalDeviceId ld) {
-  const boost::optional<ParameterType> type = GetParameterTypeFromObjModelId(id, ld);
+  const boost::optional<Id> id32 = Narrow32(id);
+  const boost::optional<ParameterType> type = id32 ? ParameterType32(*id32, ld) : boost::none;
   if (!type) {
     return boost::none;
   }
-  const ObjModelId firstChannel = Base(ld) + kParameterOffset + kParameterTypeSpan * TypeNumber(*type);
+  const Id firstChannel = Base(ld) + kParameterOffset + kParameterTypeSpan * TypeNumber(*type);
   // Kept to 8 bits: Text numbers 256..500 come back modulo 256 (intended).
-  return static_cast<std::uint8_t>((id % firstChannel) / 2);
+  return static_cast<std::uint8_t>((*id32 % firstChannel) / 2);
 }
 
 boost::optional<LogicalDeviceId> KnxOmbMapping::GetLogicalDeviceIdFromObject(ObjModelId id) {
-  if (id < kBlock || id >= 3 * kBlock) {
+  const boost::optional<Id> id32 = Narrow32(id);
+  if (!id32 || *id32 < kBlock || *id32 >= 3 * kBlock) {
     return boost::none;
   }
-  return LogicalDeviceId(static_cast<int>(id / kBlock));
+  return LogicalDeviceId(static_cast<int>(*id32 / kBlock));
 }
 
-std::string KnxOmbMapping::GetIvtFromMainType(std::uint32_t mainNumber) {
+std::string KnxOmbMapping::GetIvtFromMainType(unsigned long mainNumber) {
   const MainRow* row = FindMain(mainNumber);
   return row ? TAVVALUE::GetNameFromValueType(row->type) : "Empty";
 }
 
-TavValueType KnxOmbMapping::GetIvtFromDpt(std::uint32_t dptCode) {
+TavValueType KnxOmbMapping::GetIvtFromDpt(unsigned int dptCode) {
   const MainRow* row = FindMain(dptCode >> 16);
   return row ? row->type : ivtEmpty;
 }
 
-std::string KnxOmbMapping::GetIstFromMainType(std::uint32_t mainNumber) {
+std::string KnxOmbMapping::GetIstFromMainType(unsigned long mainNumber) {
   const MainRow* row = FindMain(mainNumber);
   return row ? TavDP::GetNameFromValueSubType(row->subType) : "Generic";
 }
 
-std::string KnxOmbMapping::GetDefaultValueFromDpt(std::uint32_t dptCode, bool internalFormat) {
+std::string KnxOmbMapping::GetDefaultValueFromDpt(unsigned long dptCode, bool internalFormat) {
   const MainRow* row = FindMain(dptCode >> 16);
   if (!row) {
     return std::string();

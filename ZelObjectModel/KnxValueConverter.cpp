@@ -1,5 +1,7 @@
 #include "Zel/KnxValueConverter.h"
 
+#include "NumericCast.h"
+
 #include "ZelLog/Logging.h"
 
 #include <array>
@@ -258,7 +260,7 @@ const DptValueEntry& KnxValueConverter::GetEntry(const KNXDPT& dpt) const {
 }
 
 bool KnxValueConverter::ToKnxValue(KNXDPT& dpt, const TAVVALUE& value,
-                                   KnxStack::GroupValue& out) const {
+                                   KnxStack::GroupValue& out) {
   try {
     if (dpt.mainNumber == 0) {
       if (!GetDefaultMappingDptForValueType(dpt, value) && !GetDefaultMappingDptForSize(dpt)) {
@@ -300,7 +302,7 @@ bool KnxValueConverter::ToKnxValue(KNXDPT& dpt, const TAVVALUE& value,
 }
 
 bool KnxValueConverter::FromKnxValue(KNXDPT& dpt, const KnxStack::GroupValue& in,
-                                     TAVVALUE& value) const {
+                                     TAVVALUE& value) {
   try {
     if (dpt.mainNumber == 0) {
       if (dpt.bitSize != 0) {
@@ -459,33 +461,41 @@ bool KnxValueConverter::FillDptValueMap() {
 // ---------------------------------------------------------------------------
 // ZelKnxValueConverter
 
+ZelKnxValueConverter::ZelKnxValueConverter() = default;
+
+ZelKnxValueConverter::~ZelKnxValueConverter() = default;
+
 bool ZelKnxValueConverter::Init() { return m_converter.Init(); }
 
 bool ZelKnxValueConverter::ToKnxValue(KNXDPT& dpt, const TAVVALUE& value,
-                                      KnxStack::GroupValue& out) const {
+                                      KnxStack::GroupValue& out) {
   return m_converter.ToKnxValue(dpt, value, out);
 }
 
 bool ZelKnxValueConverter::FromKnxValue(KNXDPT& dpt, const KnxStack::GroupValue& in,
-                                        TAVVALUE& value) const {
+                                        TAVVALUE& value) {
   return m_converter.FromKnxValue(dpt, in, value);
 }
 
 bool ZelKnxValueConverter::ToKnxValue(KNXDPT& dpt, const std::string& serialized,
-                                      KnxStack::GroupValue& out) const {
+                                      KnxStack::GroupValue& out) {
   TAVVALUE value;
   value.Deserialize(serialized);  // unchecked: a refused text converts as the empty value
   return m_converter.ToKnxValue(dpt, value, out);
 }
 
-bool ZelKnxValueConverter::ToKnxValue(const std::string& serialized, std::uint32_t bitSize,
-                                      KnxStack::GroupValue& out) const {
+bool ZelKnxValueConverter::ToKnxValue(const std::string& serialized, unsigned long bitSize,
+                                      KnxStack::GroupValue& out) {
+  if (!Narrow32(bitSize)) {
+    ZEL_LOG_INFO("Could not find DPT for bit size " << bitSize);
+    return false;
+  }
   KNXDPT dpt{static_cast<std::uint8_t>(bitSize), 0, 0};  // low 8 bits: 300 becomes 44
   return ToKnxValue(dpt, serialized, out);
 }
 
 bool ZelKnxValueConverter::FromKnxValue(const KnxStack::GroupValue& in, std::string& out,
-                                        bool internalFormat) const {
+                                        bool internalFormat) {
   KNXDPT dpt{static_cast<std::uint8_t>(in.GetDefinedSize()), 0, 0};
   TAVVALUE value;
   if (!m_converter.FromKnxValue(dpt, in, value)) {

@@ -24,7 +24,7 @@ std::string RemoteRequestMessengerDeviceStack::RegisterApplicationAsync(const st
   return m_client.RegisterApplication(name, version, vendor);
 }
 
-std::string RemoteRequestMessengerDeviceStack::SetValueAsync(std::uint32_t id, const TAVVALUE& value,
+std::string RemoteRequestMessengerDeviceStack::SetValueAsync(unsigned long id, const TAVVALUE& value,
                                                              bool flag) {
   const bool internalFormat = m_internalValueFormat.load();
   std::string text;
@@ -38,7 +38,7 @@ std::string RemoteRequestMessengerDeviceStack::SetValueAsync(std::uint32_t id, c
   return m_client.SetValue(id, text, flag, 0);
 }
 
-std::string RemoteRequestMessengerDeviceStack::GetValueAsync(std::uint32_t id, bool flag) {
+std::string RemoteRequestMessengerDeviceStack::GetValueAsync(unsigned long id, bool flag) {
   return m_client.GetValue(id, flag);
 }
 
@@ -51,7 +51,7 @@ std::string RemoteRequestMessengerDeviceStack::SetConfigurationAsync(const std::
 }
 
 bool RemoteRequestMessengerDeviceStack::SetConfiguration(
-    std::uint32_t id, const Quor::IDeviceStackClient::PropertyMap& properties, bool flag) {
+    unsigned long id, const Quor::IDeviceStackClient::PropertyMap& properties, bool flag) {
   return m_client.SetConfiguration(id, properties, flag);
 }
 

@@ -11,6 +11,15 @@
 #include <iterator>
 
 namespace Zel {
+
+template TAVVALUE ToTavValue<long>(const long&, TavValueType);
+template TAVVALUE ToTavValue<unsigned long>(const unsigned long&, TavValueType);
+template TAVVALUE ToTavValue<double>(const double&, TavValueType);
+template TAVVALUE ToTavValue<short>(const short&, TavValueType);
+template TAVVALUE ToTavValue<unsigned short>(const unsigned short&, TavValueType);
+template TAVVALUE ToTavValue<unsigned char>(const unsigned char&, TavValueType);
+template TAVVALUE ToTavValue<bool>(const bool&, TavValueType);
+template TAVVALUE ToTavValue<float>(const float&, TavValueType);
 namespace {
 
 // The record of a time of day as the KNX bus carries it: local time, no date.

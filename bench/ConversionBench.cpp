@@ -22,8 +22,8 @@ namespace {
 
 constexpr std::uint32_t kDpt9001 = (9u << 16) | 1u;
 
-const Zel::KnxValueConverter& Table() {
-  static const Zel::KnxValueConverter* converter = [] {
+Zel::KnxValueConverter& Table() {
+  static Zel::KnxValueConverter* converter = [] {
     auto* c = new Zel::KnxValueConverter;
     c->Init();
     return c;

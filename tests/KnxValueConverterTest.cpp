@@ -17,18 +17,19 @@ using namespace Tests;
 
 // A converter that counts its live instances and can throw from the stack.
 std::atomic<int> g_liveProbes{0};
-class ProbeConverter final : public KnxConverterCloneable<ProbeConverter> {
+class ProbeConverter final : public KnxConverter {
 public:
   explicit ProbeConverter(bool throws = false) : m_throws(throws) { ++g_liveProbes; }
-  ProbeConverter(const ProbeConverter& other) : KnxConverterCloneable(other), m_throws(other.m_throws) {
+  ProbeConverter(const ProbeConverter& other) : KnxConverter(other), m_throws(other.m_throws) {
     ++g_liveProbes;
   }
   ~ProbeConverter() override { --g_liveProbes; }
-  bool ToKnxValue(const KNXDPT&, const TAVVALUE&, KnxStack::GroupValue&) const override {
+  KnxConverter* Clone() const override { return new ProbeConverter(*this); }
+  bool ToKnxValue(const KNXDPT&, const TAVVALUE&, KnxStack::GroupValue&) override {
     if (m_throws) throw KnxStack::GroupValueException("probe");
     return true;
   }
-  bool FromKnxValue(const KNXDPT&, const KnxStack::GroupValue&, TAVVALUE&) const override {
+  bool FromKnxValue(const KNXDPT&, const KnxStack::GroupValue&, TAVVALUE&) override {
     if (m_throws) throw KnxStack::GroupValueException("probe");
     return true;
   }

@@ -54,32 +54,30 @@ public:
   // not read the file.
   AppHostConfiguration();
 
-  bool IsInAppDebugMode() const { return m_appDebugMode.load(); }
-  void SetAppDebugMode(bool on) { m_appDebugMode.store(on); }
+  bool IsInAppDebugMode() const;
+  void SetAppDebugMode(bool on);
   // Sets the debug mode and returns the previous one.
-  bool ReplaceAppDebugMode(bool on) { return m_appDebugMode.exchange(on); }
+  bool ReplaceAppDebugMode(bool on);
 
-  bool IsAppHostStartupDisabled() const { return m_appHostStartupDisabled.load(); }
+  bool IsAppHostStartupDisabled() const;
   // Returns nothing, unlike SetAppConnectorHostStartupDisabled: the
   // asymmetry is intended and callers of both rely on it.
-  void SetAppHostStartupDisabled(bool disabled) { m_appHostStartupDisabled.store(disabled); }
+  void SetAppHostStartupDisabled(bool disabled);
 
-  bool IsAppConnectorHostStartupDisabled() const { return m_appConnectorHostStartupDisabled.load(); }
+  bool IsAppConnectorHostStartupDisabled() const;
   // Sets the flag and returns the previous value.
-  bool SetAppConnectorHostStartupDisabled(bool disabled) {
-    return m_appConnectorHostStartupDisabled.exchange(disabled);
-  }
+  bool SetAppConnectorHostStartupDisabled(bool disabled);
 
-  bool IsAppHostWithoutKNX() const { return m_appHostWithoutKnx.load(); }
-  bool IsAppHostTerminateOnFirmwareUpdate() const { return m_appHostTerminateOnFirmwareUpdate.load(); }
+  bool IsAppHostWithoutKNX() const;
+  bool IsAppHostTerminateOnFirmwareUpdate() const;
 
-  const boost::optional<Path>& GetRootPathNativeApp() const { return m_rootPathNativeApp; }
-  const boost::optional<Path>& GetRootPathManagedApp() const { return m_rootPathManagedApp; }
-  const boost::optional<Path>& GetRootPathAppHost() const { return m_rootPathAppHost; }
-  const boost::optional<Path>& GetRootPathAppConnectorHost() const { return m_rootPathAppConnectorHost; }
-  const boost::optional<Path>& GetPathObjectModelConfig() const { return m_pathObjectModelConfig; }
+  const boost::optional<Path>& GetRootPathNativeApp() const;
+  const boost::optional<Path>& GetRootPathManagedApp() const;
+  const boost::optional<Path>& GetRootPathAppHost() const;
+  const boost::optional<Path>& GetRootPathAppConnectorHost() const;
+  const boost::optional<Path>& GetPathObjectModelConfig() const;
   // Object ids of the response data points, in file order.
-  const std::vector<std::uint32_t>& GetResponseDataPoints() const { return m_responseDataPoints; }
+  const std::vector<unsigned long>& GetResponseDataPoints() const;
 
   // Reads kAppHostConfigFilePath; see LoadConfigurationFile(path).
   void LoadConfigurationFile();
@@ -111,7 +109,7 @@ private:
   boost::optional<Path> m_rootPathAppHost;
   boost::optional<Path> m_rootPathAppConnectorHost;
   boost::optional<Path> m_pathObjectModelConfig;
-  std::vector<std::uint32_t> m_responseDataPoints;
+  std::vector<unsigned long> m_responseDataPoints;
 };
 
 }  // namespace Zel

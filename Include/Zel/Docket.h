@@ -20,30 +20,24 @@ namespace Zel {
 
 class ZEL_EXPORT Docket {
 public:
-  Docket() = default;
-  Docket(std::string reply, std::string deliveryError, bool isReplyValid, bool isAnswered)
-      : m_reply(std::move(reply)),
-        m_deliveryError(std::move(deliveryError)),
-        m_replyValid(isReplyValid),
-        m_answered(isAnswered) {}
+  // Not answered, reply not valid, both texts empty.
+  Docket();
+  Docket(std::string reply, std::string deliveryError, bool isReplyValid, bool isAnswered);
+  Docket(const Docket& other);
+  Docket& operator=(const Docket& other);
 
   // The only mutator: stores one answer.
-  void SetContent(std::string reply, std::string deliveryError, bool isReplyValid, bool isAnswered) {
-    m_reply = std::move(reply);
-    m_deliveryError = std::move(deliveryError);
-    m_replyValid = isReplyValid;
-    m_answered = isAnswered;
-  }
+  void SetContent(std::string reply, std::string deliveryError, bool isReplyValid, bool isAnswered);
 
   // True when the device stack reported no error for the request.
-  bool IsReplyValid() const { return m_replyValid; }
+  bool IsReplyValid() const;
   // True once any answer, good or failed, has been stored.
-  bool IsAnswered() const { return m_answered; }
+  bool IsAnswered() const;
   // The payload: response, configuration or value text; empty for answers
   // that carry none.
-  const std::string& ReadReply() const { return m_reply; }
+  const std::string& ReadReply() const;
   // The device stack's error text; empty when it reported none.
-  const std::string& ReadDeliveryError() const { return m_deliveryError; }
+  const std::string& ReadDeliveryError() const;
 
 private:
   std::string m_reply;

@@ -53,9 +53,9 @@ public:
   // Blocking requests, with the default time-out.
   Docket RegisterApplication(const std::string& name, const std::string& version,
                              const std::string& vendor);
-  Docket SetValue(std::uint32_t id, const TAVVALUE& value, bool flag);
+  Docket SetValue(unsigned long id, const TAVVALUE& value, bool flag);
   // The reply is the value's text; decoding it is the caller's business.
-  Docket GetValue(std::uint32_t id, bool flag);
+  Docket GetValue(unsigned long id, bool flag);
   // Blocking requests with the caller's time-out. Special time-outs are
   // taken as they are: positive infinity waits without deadline, negative
   // infinity and not-a-date-time do not wait at all.
@@ -67,14 +67,14 @@ public:
 
   // Synchronous: an answered docket with empty texts whose reply validity
   // is the device stack's result.
-  Docket SetConfiguration(std::uint32_t id, const Quor::IDeviceStackClient::PropertyMap& properties,
+  Docket SetConfiguration(unsigned long id, const Quor::IDeviceStackClient::PropertyMap& properties,
                           bool flag);
   bool GetDeviceConfig(std::string& config, bool flag);
   bool SetDeviceConfig(const std::map<std::string, std::string>& config);
 
   // Fire and forget: sends once, waits for nothing; true when the device
   // stack accepted the request (non-empty request id).
-  bool SetValueAndIgnoreResponse(std::uint32_t id, const TAVVALUE& value, bool flag);
+  bool SetValueAndIgnoreResponse(unsigned long id, const TAVVALUE& value, bool flag);
 
 private:
   using IError = Quor::IDeviceStackClient::IError;
@@ -100,9 +100,9 @@ private:
   void OnGetConfiguration(void* context, const std::string& requestId, const std::string& config,
                           const IError& error) override;
   void OnSetConfiguration(void* context, const std::string& requestId, const IError& error) override;
-  void OnGetValue(void* context, const std::string& requestId, std::uint32_t id, const std::string& urn,
+  void OnGetValue(void* context, const std::string& requestId, unsigned long id, const std::string& urn,
                   const std::string& value, const IError& error) override;
-  void OnSetValue(void* context, const std::string& requestId, std::uint32_t id, const std::string& urn,
+  void OnSetValue(void* context, const std::string& requestId, unsigned long id, const std::string& urn,
                   const std::string& value, const IError& error) override;
 
   RequestMessengerDeviceStack& m_deviceStack;

@@ -4,6 +4,8 @@
 //
 // A DPT code is main * 65536 + sub (9.001 is 589825, 232.600 is 15204952).
 // All three functions are stateless and may be called from any thread.
+// The code is `unsigned long`, 32 bits on the device; on a 64-bit host a
+// code above 0xFFFFFFFF names no DPT and is refused as an unsupported one.
 #pragma once
 
 #include "Zel/Export.h"
@@ -24,7 +26,7 @@ namespace Zel {
 // Out-of-range 16-bit integers are logged and then clamped (unsigned) or
 // saturated (signed) and sent. No exception leaves it.
 ZEL_EXPORT boost::optional<KnxStack::GroupValue> TavValueToGroupValue(const TAVVALUE& value,
-                                                                     std::uint32_t dptCode);
+                                                                     unsigned long dptCode);
 
 // The value of a received group value for `dptCode`: empty for an unsupported
 // DPT, a group value the DPT table refuses, or invalid data (logged). The
@@ -32,10 +34,10 @@ ZEL_EXPORT boost::optional<KnxStack::GroupValue> TavValueToGroupValue(const TAVV
 // bad-day-of-month error (std::out_of_range) for a DPT 19 value with month
 // or day 0. Calls slower than 100 ms are reported at INFO.
 ZEL_EXPORT boost::optional<TAVVALUE> GroupValueToTavValue(const KnxStack::GroupValue& value,
-                                                         std::uint32_t dptCode);
+                                                         unsigned long dptCode);
 
 // Whether the DPT table's converter accepts `value` for `dptCode` (size and
 // content); the decoded value is discarded.
-ZEL_EXPORT bool CheckGroupValue(const KnxStack::GroupValue& value, std::uint32_t dptCode);
+ZEL_EXPORT bool CheckGroupValue(const KnxStack::GroupValue& value, unsigned long dptCode);
 
 }  // namespace Zel

@@ -97,17 +97,16 @@ ZEL_EXPORT std::string ToString(const FloatIntegerRange& range);
 ZEL_EXPORT std::string ToString(const FloatRange& range);
 
 // ---------------------------------------------------------------------------
-// Converter base.
+// Converter base. Virtual operations in this slot order: destructor,
+// deleting destructor, ToKnxValue, FromKnxValue, Clone.
 
 class ZEL_EXPORT KnxConverter {
 public:
   virtual ~KnxConverter();
   // Encodes `value` for `dpt` into `group`; false when it cannot.
-  virtual bool ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
-                          KnxStack::GroupValue& group) const = 0;
+  virtual bool ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value, KnxStack::GroupValue& group) = 0;
   // Decodes `group` for `dpt` into `value`; false when it cannot.
-  virtual bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
-                            TAVVALUE& value) const = 0;
+  virtual bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, TAVVALUE& value) = 0;
   // A new heap copy, range included; the caller owns it.
   virtual KnxConverter* Clone() const = 0;
 
@@ -117,207 +116,276 @@ protected:
   KnxConverter& operator=(const KnxConverter&) = default;
 };
 
-// Clone for every concrete converter: a member-wise copy.
-template <class Derived, class Base = KnxConverter>
-class KnxConverterCloneable : public Base {
-public:
-  using Base::Base;
-  KnxConverter* Clone() const override { return new Derived(static_cast<const Derived&>(*this)); }
-};
-
-// A converter that carries one constant scaling range.
-template <class Derived, class Range>
-class KnxRangedConverter : public KnxConverterCloneable<Derived> {
-public:
-  explicit KnxRangedConverter(const Range& range) : m_range(range) {}
-  const Range& GetRange() const { return m_range; }
-
-protected:
-  const Range m_range;
-};
-
-#define ZEL_DECLARE_CONVERTER_OPERATIONS                                                       \
-  bool ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value, KnxStack::GroupValue& group)    \
-      const override;                                                                        \
-  bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, TAVVALUE& value)  \
-      const override
+// Every converter below derives from KnxConverter and has its own Clone (a
+// member-wise copy). Those that carry a scaling range take it at
+// construction and keep it constant; GetRange reads it.
 
 // Any DPT without a dedicated converter: the platform's raw byte form.
 // Booleans go to 1.x and 2.x directly; a boolean for any other main number
 // is accepted without writing anything (intended).
-class ZEL_EXPORT KnxConverterDefault final : public KnxConverterCloneable<KnxConverterDefault> {
+class ZEL_EXPORT KnxConverterDefault final : public KnxConverter {
 public:
-  ZEL_DECLARE_CONVERTER_OPERATIONS;
+  bool ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value, KnxStack::GroupValue& group) override;
+  bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, TAVVALUE& value) override;
+  KnxConverter* Clone() const override;
 };
 
 // 1.x: boolean <-> 1 bit. Refuses silently (no log entry); decoding leaves
 // the value type to the caller.
-class ZEL_EXPORT KnxConverter1Bit final : public KnxConverterCloneable<KnxConverter1Bit> {
+class ZEL_EXPORT KnxConverter1Bit final : public KnxConverter {
 public:
-  ZEL_DECLARE_CONVERTER_OPERATIONS;
+  bool ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value, KnxStack::GroupValue& group) override;
+  bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, TAVVALUE& value) override;
+  KnxConverter* Clone() const override;
 };
 
 // 2.x: byte <-> 2 bits (bit 1 control, bit 0 value), passed on unchecked.
-class ZEL_EXPORT KnxConverter2Bit final : public KnxConverterCloneable<KnxConverter2Bit> {
+class ZEL_EXPORT KnxConverter2Bit final : public KnxConverter {
 public:
-  ZEL_DECLARE_CONVERTER_OPERATIONS;
+  bool ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value, KnxStack::GroupValue& group) override;
+  bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, TAVVALUE& value) override;
+  KnxConverter* Clone() const override;
 };
 
 // 3.x: byte <-> 4 bits (bit 3 direction, bits 2..0 step code). Carries a
 // range that it never consults; decoding leaves the value type to the caller.
-class ZEL_EXPORT KnxConverter4Bit final
-    : public KnxRangedConverter<KnxConverter4Bit, FloatIntegerRange> {
+class ZEL_EXPORT KnxConverter4Bit final : public KnxConverter {
 public:
-  using KnxRangedConverter::KnxRangedConverter;
-  ZEL_DECLARE_CONVERTER_OPERATIONS;
+  explicit KnxConverter4Bit(const FloatIntegerRange& range);
+  bool ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value, KnxStack::GroupValue& group) override;
+  bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, TAVVALUE& value) override;
+  KnxConverter* Clone() const override;
+  const FloatIntegerRange& GetRange() const { return m_range; }
+
+private:
+  const FloatIntegerRange m_range;
 };
 
 // 4.x: one character (the value's string) <-> one octet, ASCII within the
 // range's first pair (0..127, or 0..255 for Latin-1 on 4.002).
-class ZEL_EXPORT KnxConverter8BitString final
-    : public KnxRangedConverter<KnxConverter8BitString, IntegerRange> {
+class ZEL_EXPORT KnxConverter8BitString final : public KnxConverter {
 public:
-  using KnxRangedConverter::KnxRangedConverter;
-  ZEL_DECLARE_CONVERTER_OPERATIONS;
+  explicit KnxConverter8BitString(const IntegerRange& range);
+  bool ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value, KnxStack::GroupValue& group) override;
+  bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, TAVVALUE& value) override;
+  KnxConverter* Clone() const override;
+  const IntegerRange& GetRange() const { return m_range; }
+
+private:
+  const IntegerRange m_range;
 };
 
 // 5.x and the other unsigned octets: encodes any byte (only 5.006 is
 // range-tested); decodes only what lies inside the range's first pair,
 // whatever the main number (intended asymmetry).
-class ZEL_EXPORT KnxConverterByte8BitUnsigned final
-    : public KnxRangedConverter<KnxConverterByte8BitUnsigned, IntegerRange> {
+class ZEL_EXPORT KnxConverterByte8BitUnsigned final : public KnxConverter {
 public:
-  using KnxRangedConverter::KnxRangedConverter;
-  ZEL_DECLARE_CONVERTER_OPERATIONS;
+  explicit KnxConverterByte8BitUnsigned(const IntegerRange& range);
+  bool ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value, KnxStack::GroupValue& group) override;
+  bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, TAVVALUE& value) override;
+  KnxConverter* Clone() const override;
+  const IntegerRange& GetRange() const { return m_range; }
+
+private:
+  const IntegerRange m_range;
 };
 
 // 6.x: the integer's low octet, signed; decoding refuses nothing.
-class ZEL_EXPORT KnxConverterInteger8BitSigned final
-    : public KnxRangedConverter<KnxConverterInteger8BitSigned, IntegerRange> {
+class ZEL_EXPORT KnxConverterInteger8BitSigned final : public KnxConverter {
 public:
-  using KnxRangedConverter::KnxRangedConverter;
-  ZEL_DECLARE_CONVERTER_OPERATIONS;
+  explicit KnxConverterInteger8BitSigned(const IntegerRange& range);
+  bool ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value, KnxStack::GroupValue& group) override;
+  bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, TAVVALUE& value) override;
+  KnxConverter* Clone() const override;
+  const IntegerRange& GetRange() const { return m_range; }
+
+private:
+  const IntegerRange m_range;
 };
 
 // 6.020: status bits 7..3 and a one-hot mode (1, 2 or 4) in bits 2..0.
 // Encoding writes the octet before it checks the mode, so a refused octet
 // stays in the group value (intended).
-class ZEL_EXPORT KnxConverterStatus8Bit final
-    : public KnxRangedConverter<KnxConverterStatus8Bit, IntegerRange> {
+class ZEL_EXPORT KnxConverterStatus8Bit final : public KnxConverter {
 public:
-  using KnxRangedConverter::KnxRangedConverter;
-  ZEL_DECLARE_CONVERTER_OPERATIONS;
+  explicit KnxConverterStatus8Bit(const IntegerRange& range);
+  bool ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value, KnxStack::GroupValue& group) override;
+  bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, TAVVALUE& value) override;
+  KnxConverter* Clone() const override;
+  const IntegerRange& GetRange() const { return m_range; }
+
+private:
+  const IntegerRange m_range;
 };
 
 // 7.x: the low 16 bits of the integer storage; no range test.
-class ZEL_EXPORT KnxConverterInteger16BitUnsigned final
-    : public KnxRangedConverter<KnxConverterInteger16BitUnsigned, IntegerRange> {
+class ZEL_EXPORT KnxConverterInteger16BitUnsigned final : public KnxConverter {
 public:
-  using KnxRangedConverter::KnxRangedConverter;
-  ZEL_DECLARE_CONVERTER_OPERATIONS;
+  explicit KnxConverterInteger16BitUnsigned(const IntegerRange& range);
+  bool ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value, KnxStack::GroupValue& group) override;
+  bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, TAVVALUE& value) override;
+  KnxConverter* Clone() const override;
+  const IntegerRange& GetRange() const { return m_range; }
+
+private:
+  const IntegerRange m_range;
 };
 
 // 8.x: the low 16 bits of the integer as a signed number; no range test.
-class ZEL_EXPORT KnxConverterInteger16BitSigned final
-    : public KnxRangedConverter<KnxConverterInteger16BitSigned, IntegerRange> {
+class ZEL_EXPORT KnxConverterInteger16BitSigned final : public KnxConverter {
 public:
-  using KnxRangedConverter::KnxRangedConverter;
-  ZEL_DECLARE_CONVERTER_OPERATIONS;
+  explicit KnxConverterInteger16BitSigned(const IntegerRange& range);
+  bool ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value, KnxStack::GroupValue& group) override;
+  bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, TAVVALUE& value) override;
+  KnxConverter* Clone() const override;
+  const IntegerRange& GetRange() const { return m_range; }
+
+private:
+  const IntegerRange m_range;
 };
 
 // 9.x: the KNX 2-octet float. 32767.0 encodes "no value"; the invalid-data
 // word 0x7FFF decodes to value type 0.
-class ZEL_EXPORT KnxConverterFloat16BitFloat final
-    : public KnxRangedConverter<KnxConverterFloat16BitFloat, FloatRange> {
+class ZEL_EXPORT KnxConverterFloat16BitFloat final : public KnxConverter {
 public:
-  using KnxRangedConverter::KnxRangedConverter;
-  ZEL_DECLARE_CONVERTER_OPERATIONS;
+  explicit KnxConverterFloat16BitFloat(const FloatRange& range);
+  bool ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value, KnxStack::GroupValue& group) override;
+  bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, TAVVALUE& value) override;
+  KnxConverter* Clone() const override;
+  const FloatRange& GetRange() const { return m_range; }
+
+private:
+  const FloatRange m_range;
 };
 
 // 14.x: IEEE single precision. A quiet NaN encodes "no value".
-class ZEL_EXPORT KnxConverterFloat32BitFloat final
-    : public KnxRangedConverter<KnxConverterFloat32BitFloat, FloatRange> {
+class ZEL_EXPORT KnxConverterFloat32BitFloat final : public KnxConverter {
 public:
-  using KnxRangedConverter::KnxRangedConverter;
-  ZEL_DECLARE_CONVERTER_OPERATIONS;
+  explicit KnxConverterFloat32BitFloat(const FloatRange& range);
+  bool ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value, KnxStack::GroupValue& group) override;
+  bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, TAVVALUE& value) override;
+  KnxConverter* Clone() const override;
+  const FloatRange& GetRange() const { return m_range; }
+
+private:
+  const FloatRange m_range;
 };
 
 // 232.x: three octets, most significant first (R, G, B for 232.600).
-class ZEL_EXPORT KnxConverterInteger24BitUnsigned final
-    : public KnxRangedConverter<KnxConverterInteger24BitUnsigned, LongIntegerRange> {
+class ZEL_EXPORT KnxConverterInteger24BitUnsigned final : public KnxConverter {
 public:
-  using KnxRangedConverter::KnxRangedConverter;
-  ZEL_DECLARE_CONVERTER_OPERATIONS;
+  explicit KnxConverterInteger24BitUnsigned(const LongIntegerRange& range);
+  bool ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value, KnxStack::GroupValue& group) override;
+  bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, TAVVALUE& value) override;
+  KnxConverter* Clone() const override;
+  const LongIntegerRange& GetRange() const { return m_range; }
+
+private:
+  const LongIntegerRange m_range;
 };
 
 // 12.x, 15.x, 27.x: four octets unsigned, range-tested both ways; encoding
 // tests the value type only, never the main number (intended).
-class ZEL_EXPORT KnxConverterInteger32BitUnsigned final
-    : public KnxRangedConverter<KnxConverterInteger32BitUnsigned, LongIntegerRange> {
+class ZEL_EXPORT KnxConverterInteger32BitUnsigned final : public KnxConverter {
 public:
-  using KnxRangedConverter::KnxRangedConverter;
-  ZEL_DECLARE_CONVERTER_OPERATIONS;
+  explicit KnxConverterInteger32BitUnsigned(const LongIntegerRange& range);
+  bool ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value, KnxStack::GroupValue& group) override;
+  bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, TAVVALUE& value) override;
+  KnxConverter* Clone() const override;
+  const LongIntegerRange& GetRange() const { return m_range; }
+
+private:
+  const LongIntegerRange m_range;
 };
 
 // 13.x: four octets signed, scaled through the range.
-class ZEL_EXPORT KnxConverterInteger32BitSigned final
-    : public KnxRangedConverter<KnxConverterInteger32BitSigned, IntegerRange> {
+class ZEL_EXPORT KnxConverterInteger32BitSigned final : public KnxConverter {
 public:
-  using KnxRangedConverter::KnxRangedConverter;
-  ZEL_DECLARE_CONVERTER_OPERATIONS;
+  explicit KnxConverterInteger32BitSigned(const IntegerRange& range);
+  bool ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value, KnxStack::GroupValue& group) override;
+  bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, TAVVALUE& value) override;
+  KnxConverter* Clone() const override;
+  const IntegerRange& GetRange() const { return m_range; }
+
+private:
+  const IntegerRange m_range;
 };
 
 // 16.x: up to 14 Latin-1 characters; characters above the range's upper
 // bound (127 for ASCII, 255 for Latin-1) become "_".
-class ZEL_EXPORT KnxConverter14ByteString final
-    : public KnxRangedConverter<KnxConverter14ByteString, IntegerRange> {
+class ZEL_EXPORT KnxConverter14ByteString final : public KnxConverter {
 public:
-  using KnxRangedConverter::KnxRangedConverter;
-  ZEL_DECLARE_CONVERTER_OPERATIONS;
+  explicit KnxConverter14ByteString(const IntegerRange& range);
+  bool ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value, KnxStack::GroupValue& group) override;
+  bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, TAVVALUE& value) override;
+  KnxConverter* Clone() const override;
+  const IntegerRange& GetRange() const { return m_range; }
+
+private:
+  const IntegerRange m_range;
 };
 
 // 10.x: time of day with weekday, from and to the value's TAVTIME.
-class ZEL_EXPORT KnxConverterTimeOfDay final : public KnxConverterCloneable<KnxConverterTimeOfDay> {
+class ZEL_EXPORT KnxConverterTimeOfDay final : public KnxConverter {
 public:
-  ZEL_DECLARE_CONVERTER_OPERATIONS;
+  bool ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value, KnxStack::GroupValue& group) override;
+  bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, TAVVALUE& value) override;
+  KnxConverter* Clone() const override;
 };
 
 // 11.x: calendar date 1990..2089, from and to the value's TAVTIME.
-class ZEL_EXPORT KnxConverterDate final : public KnxConverterCloneable<KnxConverterDate> {
+class ZEL_EXPORT KnxConverterDate final : public KnxConverter {
 public:
-  ZEL_DECLARE_CONVERTER_OPERATIONS;
+  bool ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value, KnxStack::GroupValue& group) override;
+  bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, TAVVALUE& value) override;
+  KnxConverter* Clone() const override;
 };
 
 // 19.x: the 8-octet date and time with its flags octet.
-class ZEL_EXPORT KnxConverterDateTime final : public KnxConverterCloneable<KnxConverterDateTime> {
+class ZEL_EXPORT KnxConverterDateTime final : public KnxConverter {
 public:
-  ZEL_DECLARE_CONVERTER_OPERATIONS;
+  bool ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value, KnxStack::GroupValue& group) override;
+  bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, TAVVALUE& value) override;
+  KnxConverter* Clone() const override;
 };
 
 // 17.x: scene number 0..63 from the integer storage.
-class ZEL_EXPORT KnxConverterSceneNumber final
-    : public KnxRangedConverter<KnxConverterSceneNumber, IntegerRange> {
+class ZEL_EXPORT KnxConverterSceneNumber final : public KnxConverter {
 public:
-  using KnxRangedConverter::KnxRangedConverter;
-  ZEL_DECLARE_CONVERTER_OPERATIONS;
+  explicit KnxConverterSceneNumber(const IntegerRange& range);
+  bool ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value, KnxStack::GroupValue& group) override;
+  bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, TAVVALUE& value) override;
+  KnxConverter* Clone() const override;
+  const IntegerRange& GetRange() const { return m_range; }
+
+private:
+  const IntegerRange m_range;
 };
 
 // 18.001 only: scene number with the learn bit 7; bit 6 is reserved.
-class ZEL_EXPORT KnxConverterSceneControl final
-    : public KnxRangedConverter<KnxConverterSceneControl, IntegerRange> {
+class ZEL_EXPORT KnxConverterSceneControl final : public KnxConverter {
 public:
-  using KnxRangedConverter::KnxRangedConverter;
-  ZEL_DECLARE_CONVERTER_OPERATIONS;
+  explicit KnxConverterSceneControl(const IntegerRange& range);
+  bool ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value, KnxStack::GroupValue& group) override;
+  bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, TAVVALUE& value) override;
+  KnxConverter* Clone() const override;
+  const IntegerRange& GetRange() const { return m_range; }
+
+private:
+  const IntegerRange m_range;
 };
 
 // 26.001 only: scene information; bit 7 is reserved.
-class ZEL_EXPORT KnxConverterSceneInfo final
-    : public KnxRangedConverter<KnxConverterSceneInfo, IntegerRange> {
+class ZEL_EXPORT KnxConverterSceneInfo final : public KnxConverter {
 public:
-  using KnxRangedConverter::KnxRangedConverter;
-  ZEL_DECLARE_CONVERTER_OPERATIONS;
-};
+  explicit KnxConverterSceneInfo(const IntegerRange& range);
+  bool ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value, KnxStack::GroupValue& group) override;
+  bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, TAVVALUE& value) override;
+  KnxConverter* Clone() const override;
+  const IntegerRange& GetRange() const { return m_range; }
 
-#undef ZEL_DECLARE_CONVERTER_OPERATIONS
+private:
+  const IntegerRange m_range;
+};
 
 }  // namespace Zel

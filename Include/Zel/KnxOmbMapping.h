@@ -21,6 +21,11 @@
 //
 // Everything is static and side-effect free; all of it may be called from
 // any thread. Failures give false or an empty optional; nothing logs.
+//
+// Ids, main numbers and DPT codes are `unsigned long` as on the device,
+// where that is 32 bits; the arithmetic is 32-bit unsigned. On a 64-bit
+// host an argument above 0xFFFFFFFF is an id no device has: predicates
+// answer false, decoders none, and the DPT lookups "no row".
 #pragma once
 
 #include "Zel/BoundedInt.h"
@@ -37,7 +42,8 @@ namespace Zel {
 
 class ZEL_EXPORT KnxOmbMapping {
 public:
-  using ObjModelId = std::uint32_t;
+  // 32 bits on the device; see the note on ids above 0xFFFFFFFF below.
+  using ObjModelId = unsigned long;
 
   KnxOmbMapping() = delete;
 
@@ -121,15 +127,15 @@ public:
   // them (intended).
 
   // The platform name of the row's value type (TAVVALUE::GetNameFromValueType).
-  static std::string GetIvtFromMainType(std::uint32_t mainNumber);
+  static std::string GetIvtFromMainType(unsigned long mainNumber);
   // The value type of the row of main = dptCode >> 16.
-  static TavValueType GetIvtFromDpt(std::uint32_t dptCode);
+  static TavValueType GetIvtFromDpt(unsigned int dptCode);
   // The platform name of the row's subtype (TavDP::GetNameFromValueSubType).
-  static std::string GetIstFromMainType(std::uint32_t mainNumber);
+  static std::string GetIstFromMainType(unsigned long mainNumber);
   // The default value of the DPT, serialised with TAVVALUE::Serialize(text,
   // internalFormat). DPT 6.020 (393236) is the byte 1 rather than the row's
   // default (intended); every other sub number gets the row's default.
-  static std::string GetDefaultValueFromDpt(std::uint32_t dptCode, bool internalFormat);
+  static std::string GetDefaultValueFromDpt(unsigned long dptCode, bool internalFormat);
 
   // The platform's empty value. REQUIRES: ivt is the type of that value,
   // ivtEmpty (asserted: a row pairing this creator with another type is a

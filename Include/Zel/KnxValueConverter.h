@@ -84,13 +84,13 @@ public:
   // completed in place from the value's type, else from the bit size. An
   // unknown DPT is accepted: true, `out` untouched. A GroupValueException
   // is logged and answered true (intended; FromKnxValue answers false).
-  bool ToKnxValue(KNXDPT& dpt, const TAVVALUE& value, KnxStack::GroupValue& out) const;
+  bool ToKnxValue(KNXDPT& dpt, const TAVVALUE& value, KnxStack::GroupValue& out);
   // Decodes `in` for `dpt` into `value`. A DPT with main number 0 is
   // completed from the bit size (the DPT's, else the group value's). Sets
   // `value.ivt` to the row's type before converting, even when the
   // conversion then fails. A 6-bit group value (a short telegram) is
   // reinterpreted at the DPT's own size.
-  bool FromKnxValue(KNXDPT& dpt, const KnxStack::GroupValue& in, TAVVALUE& value) const;
+  bool FromKnxValue(KNXDPT& dpt, const KnxStack::GroupValue& in, TAVVALUE& value);
 
   // `a` is the value's type, `b` the row's. Deliberately not symmetric.
   static bool AreValueTypesCompatible(TavValueType a, TavValueType b);
@@ -122,20 +122,26 @@ private:
 // log entries are KnxValueConverter's.
 class ZEL_EXPORT ZelKnxValueConverter {
 public:
+  ZelKnxValueConverter();
+  ~ZelKnxValueConverter();
+  ZelKnxValueConverter(const ZelKnxValueConverter&) = delete;
+  ZelKnxValueConverter& operator=(const ZelKnxValueConverter&) = delete;
+
   bool Init();
 
-  bool ToKnxValue(KNXDPT& dpt, const TAVVALUE& value, KnxStack::GroupValue& out) const;
-  bool FromKnxValue(KNXDPT& dpt, const KnxStack::GroupValue& in, TAVVALUE& value) const;
+  bool ToKnxValue(KNXDPT& dpt, const TAVVALUE& value, KnxStack::GroupValue& out);
+  bool FromKnxValue(KNXDPT& dpt, const KnxStack::GroupValue& in, TAVVALUE& value);
   // Deserialises `serialized` (its result unchecked: the value converts in
   // whatever state Deserialize left it) and encodes it for `dpt`.
-  bool ToKnxValue(KNXDPT& dpt, const std::string& serialized, KnxStack::GroupValue& out) const;
+  bool ToKnxValue(KNXDPT& dpt, const std::string& serialized, KnxStack::GroupValue& out);
   // The same with a DPT chosen from the value's type, else from the low 8
   // bits of `bitSize`.
-  bool ToKnxValue(const std::string& serialized, std::uint32_t bitSize,
-                  KnxStack::GroupValue& out) const;
+  // On a 64-bit host a bit size above 0xFFFFFFFF, which no device call can
+  // carry, fails as a DPT without a default does.
+  bool ToKnxValue(const std::string& serialized, unsigned long bitSize, KnxStack::GroupValue& out);
   // Decodes with the default DPT of the group value's size and serialises
   // the value into `out`; `out` is untouched on failure.
-  bool FromKnxValue(const KnxStack::GroupValue& in, std::string& out, bool internalFormat) const;
+  bool FromKnxValue(const KnxStack::GroupValue& in, std::string& out, bool internalFormat);
 
 private:
   KnxValueConverter m_converter;

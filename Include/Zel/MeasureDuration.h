@@ -11,16 +11,12 @@
 // at INFO when a threshold is set and the elapsed wall time is at least the
 // threshold, at DEBUG otherwise (also when no threshold is set).
 //
-// Cost: starting and reading a boost::timer::cpu_timer takes two system
-// calls each (times() besides the clock), close to a microsecond per scope.
-// Decoders time every telegram, and on the device the logger usually stands
-// at ERROR, where no entry could be written. So the timer is started only
-// when the logger, at construction, would write the entry at DEBUG or (with
-// a threshold) at INFO; otherwise a scope costs one or two level tests and
-// copies nothing. A level lowered while the scope runs therefore reports
-// nothing for it.
-//
-// Not thread-safe: a timer belongs to the scope that made it.
+// Cost: the scope reads the monotonic clock once at its start; at its end
+// it asks the logger, as every entry does, whether the entry would be
+// written, and only then reads the clock again and builds the text. A level
+// raised while the scope runs still gets its entry. At the usual ERROR level
+// a scope costs one clock read and one or two level tests, and copies
+// nothing: the message is kept by reference.
 #pragma once
 
 #include "Zel/NonCopyable.h"
@@ -29,6 +25,7 @@
 #include <boost/optional.hpp>
 #include <boost/timer/timer.hpp>
 
+#include <chrono>
 #include <string>
 #include <string_view>
 
@@ -37,24 +34,24 @@ namespace Zel {
 class MeasureDuration : private NonCopyable {
 public:
   // `threshold`: the wall time in nanoseconds from which the report is made
-  // at INFO; none reports at DEBUG always. The message is copied only when
-  // the scope may be reported.
+  // at INFO; none reports at DEBUG always.
+  // REQUIRES: `message` outlives the scope (callers pass a literal).
   explicit MeasureDuration(std::string_view message,
                            boost::optional<boost::timer::nanosecond_type> threshold = boost::none)
-      : m_threshold(threshold) {
-    const log4cplus::Logger& logger = GetGlobalDefaultLogger();
-    if (logger.isEnabledFor(log4cplus::DEBUG_LOG_LEVEL) ||
-        (m_threshold && logger.isEnabledFor(log4cplus::INFO_LOG_LEVEL))) {
-      m_message.assign(message.data(), message.size());
-      m_timer.emplace();  // starts it
-    }
-  }
+      : m_message(message), m_start(std::chrono::steady_clock::now()), m_threshold(threshold) {}
 
   ~MeasureDuration() {
-    if (!m_timer) {
-      return;
+    const log4cplus::Logger& logger = GetGlobalDefaultLogger();
+    if (!logger.isEnabledFor(log4cplus::DEBUG_LOG_LEVEL) &&
+        !(m_threshold && logger.isEnabledFor(log4cplus::INFO_LOG_LEVEL))) {
+      return;  // neither entry could be written
     }
-    const boost::timer::cpu_times elapsed = m_timer->elapsed();
+    boost::timer::cpu_times elapsed;
+    elapsed.wall = std::chrono::duration_cast<std::chrono::nanoseconds>(
+                       std::chrono::steady_clock::now() - m_start)
+                       .count();
+    elapsed.user = 0;
+    elapsed.system = 0;
     const log4cplus::LogLevel level = m_threshold && elapsed.wall >= *m_threshold
                                           ? log4cplus::INFO_LOG_LEVEL
                                           : log4cplus::DEBUG_LOG_LEVEL;
@@ -63,8 +60,8 @@ public:
   }
 
 private:
-  std::string m_message;  // empty unless the timer runs
-  boost::optional<boost::timer::cpu_timer> m_timer;  // running while the scope may be reported
+  std::string_view m_message;
+  std::chrono::steady_clock::time_point m_start;
   boost::optional<boost::timer::nanosecond_type> m_threshold;
 };
 

@@ -29,12 +29,12 @@ public:
   virtual void SetResponseHandler(Quor::IDeviceStackClient::IResponseHandler* handler) = 0;
   virtual std::string RegisterApplicationAsync(const std::string& name, const std::string& version,
                                                const std::string& vendor) = 0;
-  virtual std::string SetValueAsync(std::uint32_t id, const TAVVALUE& value, bool flag) = 0;
-  virtual std::string GetValueAsync(std::uint32_t id, bool flag) = 0;
+  virtual std::string SetValueAsync(unsigned long id, const TAVVALUE& value, bool flag) = 0;
+  virtual std::string GetValueAsync(unsigned long id, bool flag) = 0;
   virtual std::string RequestAsync(const std::string& request) = 0;
   virtual std::string SetConfigurationAsync(const std::string& config) = 0;
   // Synchronous: true when the device stack accepted the properties.
-  virtual bool SetConfiguration(std::uint32_t id,
+  virtual bool SetConfiguration(unsigned long id,
                                 const Quor::IDeviceStackClient::PropertyMap& properties, bool flag) = 0;
   virtual bool GetDeviceConfig(std::string& config, bool flag) = 0;
   virtual bool SetDeviceConfig(const std::map<std::string, std::string>& config) = 0;
@@ -55,11 +55,11 @@ public:
                                        const std::string& vendor) override;
   // Writes the value as its serial text in the current format; a NaN float
   // is written as "nan" ("3.7:nan" in the internal format).
-  std::string SetValueAsync(std::uint32_t id, const TAVVALUE& value, bool flag) override;
-  std::string GetValueAsync(std::uint32_t id, bool flag) override;
+  std::string SetValueAsync(unsigned long id, const TAVVALUE& value, bool flag) override;
+  std::string GetValueAsync(unsigned long id, bool flag) override;
   std::string RequestAsync(const std::string& request) override;
   std::string SetConfigurationAsync(const std::string& config) override;
-  bool SetConfiguration(std::uint32_t id, const Quor::IDeviceStackClient::PropertyMap& properties,
+  bool SetConfiguration(unsigned long id, const Quor::IDeviceStackClient::PropertyMap& properties,
                         bool flag) override;
   bool GetDeviceConfig(std::string& config, bool flag) override;
   bool SetDeviceConfig(const std::map<std::string, std::string>& config) override;

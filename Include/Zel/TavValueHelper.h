@@ -98,6 +98,16 @@ TAVVALUE ToTavValue(const T& value, TavValueType expectedType) {
   return result;
 }
 
+// The library exports these instantiations; other types are built inline.
+extern template ZEL_EXPORT TAVVALUE ToTavValue<long>(const long&, TavValueType);
+extern template ZEL_EXPORT TAVVALUE ToTavValue<unsigned long>(const unsigned long&, TavValueType);
+extern template ZEL_EXPORT TAVVALUE ToTavValue<double>(const double&, TavValueType);
+extern template ZEL_EXPORT TAVVALUE ToTavValue<short>(const short&, TavValueType);
+extern template ZEL_EXPORT TAVVALUE ToTavValue<unsigned short>(const unsigned short&, TavValueType);
+extern template ZEL_EXPORT TAVVALUE ToTavValue<unsigned char>(const unsigned char&, TavValueType);
+extern template ZEL_EXPORT TAVVALUE ToTavValue<bool>(const bool&, TavValueType);
+extern template ZEL_EXPORT TAVVALUE ToTavValue<float>(const float&, TavValueType);
+
 // A day-time value: hour, minute and second of `time` and the weekday mask
 // of its day (none for NoDay), no date, local time.
 // REQUIRES: expectedType == ivtDayTime (asserted).

@@ -288,9 +288,9 @@ Zel::LogicalDeviceId ReadLd(const Options& options, std::size_t index) {
   return Zel::LogicalDeviceId(static_cast<int>(*ld));
 }
 
-Json OptionalId(const boost::optional<std::uint32_t>& id) { return id ? Json(*id) : Json(nullptr); }
+Json OptionalId(const boost::optional<unsigned long>& id) { return id ? Json(*id) : Json(nullptr); }
 
-std::string IdText(const boost::optional<std::uint32_t>& id) { return id ? std::to_string(*id) : "-"; }
+std::string IdText(const boost::optional<unsigned long>& id) { return id ? std::to_string(*id) : "-"; }
 
 const char* TypeName(Zel::ParameterType type) {
   switch (type) {

@@ -18,7 +18,7 @@ private:
   std::string m_text;
 };
 
-std::string Urn(std::uint32_t objectId) { return "urn:simulated:object:" + std::to_string(objectId); }
+std::string Urn(unsigned long objectId) { return "urn:simulated:object:" + std::to_string(objectId); }
 
 }  // namespace
 
@@ -39,7 +39,7 @@ void SimulatedDeviceStackClient::SetInternalValueFormat(bool enable) {
   m_internalValueFormat = enable;
 }
 
-bool SimulatedDeviceStackClient::SetConfiguration(std::uint32_t, const PropertyMap&, bool) {
+bool SimulatedDeviceStackClient::SetConfiguration(unsigned long, const PropertyMap&, bool) {
   std::lock_guard<std::mutex> lock(m_mutex);
   return m_synchronousResult;
 }
@@ -85,7 +85,7 @@ std::string SimulatedDeviceStackClient::SetConfigurationText(const std::string& 
   return Send(std::move(sent));
 }
 
-std::string SimulatedDeviceStackClient::GetValue(std::uint32_t id, bool flag) {
+std::string SimulatedDeviceStackClient::GetValue(unsigned long id, bool flag) {
   SimulatedRequest sent;
   sent.kind = SimulatedRequest::Kind::GetValue;
   sent.objectId = id;
@@ -93,7 +93,7 @@ std::string SimulatedDeviceStackClient::GetValue(std::uint32_t id, bool flag) {
   return Send(std::move(sent));
 }
 
-std::string SimulatedDeviceStackClient::SetValue(std::uint32_t id, const std::string& value, bool flag,
+std::string SimulatedDeviceStackClient::SetValue(unsigned long id, const std::string& value, bool flag,
                                                  int) {
   SimulatedRequest sent;
   sent.kind = SimulatedRequest::Kind::SetValue;

@@ -127,7 +127,10 @@ void GroupValue::SetAsSigned16(std::int16_t value) {
 std::uint32_t GroupValue::GetAsUnsigned32() const {
   return ReadBigEndian(Need(4, "GetAsUnsigned32"), 4);
 }
-void GroupValue::SetAsUnsigned32(std::uint32_t value) {
+void GroupValue::SetAsUnsigned32(unsigned long value) {
+  if (static_cast<std::uint64_t>(value) > std::numeric_limits<std::uint32_t>::max()) {
+    throw GroupValueException("SetAsUnsigned32: value does not fit 32 bits");
+  }
   const std::uint8_t octets[4] = {
       static_cast<std::uint8_t>(value >> 24), static_cast<std::uint8_t>(value >> 16),
       static_cast<std::uint8_t>(value >> 8), static_cast<std::uint8_t>(value)};
@@ -137,7 +140,12 @@ void GroupValue::SetAsUnsigned32(std::uint32_t value) {
 std::int32_t GroupValue::GetAsSigned32() const {
   return static_cast<std::int32_t>(ReadBigEndian(Need(4, "GetAsSigned32"), 4));
 }
-void GroupValue::SetAsSigned32(std::int32_t value) {
+void GroupValue::SetAsSigned32(long value) {
+  const auto wide = static_cast<std::int64_t>(value);
+  if (wide < std::numeric_limits<std::int32_t>::min() ||
+      wide > std::numeric_limits<std::int32_t>::max()) {
+    throw GroupValueException("SetAsSigned32: value does not fit 32 bits");
+  }
   SetAsUnsigned32(static_cast<std::uint32_t>(value));
 }
 

@@ -52,10 +52,10 @@ public:
                                     const std::string& config, const IError& error) = 0;
     virtual void OnSetConfiguration(void* context, const std::string& requestId,
                                     const IError& error) = 0;
-    virtual void OnGetValue(void* context, const std::string& requestId, std::uint32_t id,
+    virtual void OnGetValue(void* context, const std::string& requestId, unsigned long id,
                             const std::string& urn, const std::string& value,
                             const IError& error) = 0;
-    virtual void OnSetValue(void* context, const std::string& requestId, std::uint32_t id,
+    virtual void OnSetValue(void* context, const std::string& requestId, unsigned long id,
                             const std::string& urn, const std::string& value,
                             const IError& error) = 0;
     virtual ~IResponseHandler() = default;
@@ -64,7 +64,7 @@ public:
   virtual ~IDeviceStackClient() = default;
 
   virtual void SetInternalValueFormat(bool enable) = 0;
-  virtual bool SetConfiguration(std::uint32_t id, const PropertyMap& properties, bool flag) = 0;
+  virtual bool SetConfiguration(unsigned long id, const PropertyMap& properties, bool flag) = 0;
   virtual bool GetDeviceConfig(std::string& config, bool flag) = 0;
   virtual bool SetDeviceConfig(const std::map<std::string, std::string>& config) = 0;
   virtual void SetValueFormat(const std::string& formatName, int reserved) = 0;
@@ -72,8 +72,8 @@ public:
   virtual std::string RegisterApplication(const std::string& name, const std::string& version,
                                           const std::string& vendor) = 0;
   virtual std::string SetConfigurationText(const std::string& config) = 0;
-  virtual std::string GetValue(std::uint32_t id, bool flag) = 0;
-  virtual std::string SetValue(std::uint32_t id, const std::string& value, bool flag,
+  virtual std::string GetValue(unsigned long id, bool flag) = 0;
+  virtual std::string SetValue(unsigned long id, const std::string& value, bool flag,
                                int reserved) = 0;
   virtual void SetResponseHandler(IResponseHandler* handler, void* context) = 0;
 };

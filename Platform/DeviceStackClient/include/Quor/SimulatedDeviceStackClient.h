@@ -65,7 +65,7 @@ struct SimulatedRequest {
   Kind kind = Kind::Request;
   std::uint64_t sequence = 0;  // 1 for the first request
   std::string requestId;       // empty when refused
-  std::uint32_t objectId = 0;  // GetValue, SetValue
+  unsigned long objectId = 0;  // GetValue, SetValue
   std::string text;            // value text, request text or configuration text
   bool flag = false;
   SimulatedFault fault = SimulatedFault::None;
@@ -110,7 +110,7 @@ public:
   SimulatedDeviceStackClient& operator=(const SimulatedDeviceStackClient&) = delete;
 
   void SetInternalValueFormat(bool enable) override;
-  bool SetConfiguration(std::uint32_t id, const PropertyMap& properties, bool flag) override;
+  bool SetConfiguration(unsigned long id, const PropertyMap& properties, bool flag) override;
   bool GetDeviceConfig(std::string& config, bool flag) override;
   bool SetDeviceConfig(const std::map<std::string, std::string>& config) override;
   void SetValueFormat(const std::string& formatName, int reserved) override;
@@ -118,8 +118,8 @@ public:
   std::string RegisterApplication(const std::string& name, const std::string& version,
                                   const std::string& vendor) override;
   std::string SetConfigurationText(const std::string& config) override;
-  std::string GetValue(std::uint32_t id, bool flag) override;
-  std::string SetValue(std::uint32_t id, const std::string& value, bool flag, int reserved) override;
+  std::string GetValue(unsigned long id, bool flag) override;
+  std::string SetValue(unsigned long id, const std::string& value, bool flag, int reserved) override;
   void SetResponseHandler(IResponseHandler* handler, void* context) override;
 
   // Result of the synchronous operations (SetConfiguration, GetDeviceConfig,
@@ -141,7 +141,7 @@ private:
   struct Answer {
     SimulatedRequest::Kind kind;
     std::string requestId;
-    std::uint32_t objectId;
+    unsigned long objectId;
     std::string payload;
     bool failed;
   };

@@ -142,10 +142,13 @@ public:
   std::int16_t GetAsSigned16() const;
   void SetAsSigned16(std::int16_t value);
 
+  // The platform declares the 32-bit setters with `unsigned long` and
+  // `long` (32 bits on the device). On a 64-bit host a value that does not
+  // fit 32 bits throws GroupValueException rather than being cut.
   std::uint32_t GetAsUnsigned32() const;
-  void SetAsUnsigned32(std::uint32_t value);
+  void SetAsUnsigned32(unsigned long value);
   std::int32_t GetAsSigned32() const;
-  void SetAsSigned32(std::int32_t value);
+  void SetAsSigned32(long value);
 
   double GetAsFloat16() const;
   void SetAsFloat16(double value);

@@ -65,17 +65,23 @@ public:
 
 }  // namespace Zel
 
-#define ZEL_LOG_AT(level, source, pieces)                                                     \
-  do {                                                                                        \
-    const ::log4cplus::Logger& zelLogger_ = ::Zel::GetGlobalDefaultLogger();                  \
-    if (zelLogger_.isEnabledFor(level)) {                                                     \
-      ::std::ostringstream zelLogStream_;                                                     \
-      zelLogStream_ << ::Zel::GetLoggingContext()                                             \
-                    << ::Zel::PrettyFunctionNamePrinter(__func__, source, __LINE__) << " - "  \
-                    << ::Zel::LoggingRecursionPadding() << pieces;                            \
-      zelLogger_.forcedLog(level, zelLogStream_.str(), source, __LINE__, __PRETTY_FUNCTION__); \
-    }                                                                                         \
+// The entry as written from `function` (short name) with the full
+// signature `signature`: for a helper that writes on behalf of the public
+// operation that called it.
+#define ZEL_LOG_AT_FUNCTION(level, source, function, signature, pieces)                         \
+  do {                                                                                          \
+    const ::log4cplus::Logger& zelLogger_ = ::Zel::GetGlobalDefaultLogger();                    \
+    if (zelLogger_.isEnabledFor(level)) {                                                       \
+      ::std::ostringstream zelLogStream_;                                                       \
+      zelLogStream_ << ::Zel::GetLoggingContext()                                               \
+                    << ::Zel::PrettyFunctionNamePrinter(function, source, __LINE__) << " - "    \
+                    << ::Zel::LoggingRecursionPadding() << pieces;                              \
+      zelLogger_.forcedLog(level, zelLogStream_.str(), source, __LINE__, signature);            \
+    }                                                                                           \
   } while (false)
+
+#define ZEL_LOG_AT(level, source, pieces) \
+  ZEL_LOG_AT_FUNCTION(level, source, __func__, __PRETTY_FUNCTION__, pieces)
 
 #define ZEL_LOG_FATAL(pieces) ZEL_LOG_AT(::log4cplus::FATAL_LOG_LEVEL, ZEL_LOG_SOURCE, pieces)
 #define ZEL_LOG_ERROR(pieces) ZEL_LOG_AT(::log4cplus::ERROR_LOG_LEVEL, ZEL_LOG_SOURCE, pieces)
