@@ -9,6 +9,8 @@
 #include <cmath>
 #include <limits>
 #include <stdexcept>
+#include <string>
+#include <tuple>
 #include <vector>
 
 namespace Zel {
@@ -129,6 +131,42 @@ TEST(GroupValueToTavValue, DatesAndTimesBecomeTheirTypes) {
   EXPECT_EQ(both->ivt, ivtDateTime);
   EXPECT_EQ(both->GetTime().month, 2);
   EXPECT_EQ(both->GetTime().minute, 45);
+}
+
+TEST(GroupValueToTavValue, EndOfDayIsMidnightOfTheNextDay) {
+  const auto value = GroupValueToTavValue(Group({123, 2, 28, 24, 0, 0, 0x20, 0}, 64), Code(19, 1));
+  ASSERT_TRUE(value);
+  const TAVTIME& t = value->GetTime();
+  EXPECT_EQ(std::make_tuple(t.year, unsigned{t.month}, unsigned{t.day}, unsigned{t.hour}), std::make_tuple(2023, 3u, 1u, 0u));
+}
+
+// A received 4-octet NaN goes back out with the bits it came with.
+TEST(TavValueToGroupValue, FourOctetNaNKeepsItsBits) {
+  for (const Octets& nan : {Octets{0xFF, 0xFF, 0xFF, 0xFF}, Octets{0x7F, 0xC0, 0, 0}, Octets{0xFF, 0xC1, 0x23, 0x45}}) {
+    const auto value = GroupValueToTavValue(Group(nan, 32), Code(14, 56));
+    ASSERT_TRUE(value);
+    ASSERT_TRUE(std::isnan(value->GetDouble()));
+    const auto group = TavValueToGroupValue(*value, Code(14, 56));
+    ASSERT_TRUE(group);
+    EXPECT_EQ(OctetsOf(*group), nan);
+  }
+}
+
+// On a 64-bit host a code above 32 bits names no DPT: each function fails
+// as for an unknown DPT and never converts with the low 32 bits.
+TEST(GroupValueTavValue, CodesBeyond32BitsNameNoDpt) {
+  if (sizeof(unsigned long) == 4) {
+    GTEST_SKIP() << "unsigned long is 32 bits here";
+  }
+  const unsigned long wide = (static_cast<unsigned long>(1) << (sizeof(unsigned long) * 8 - 1)) | Code(9, 1);
+  LogCapture log(log4cplus::INFO_LOG_LEVEL);
+  EXPECT_FALSE(CheckGroupValue(Group({0x0C, 0x33}, 16), wide));
+  EXPECT_FALSE(GroupValueToTavValue(Group({0x0C, 0x33}, 16), wide));
+  EXPECT_FALSE(TavValueToGroupValue(Real(21.5), wide));
+  const auto entries = log.Entries();
+  ASSERT_EQ(entries.size(), 2u);
+  EXPECT_EQ(entries[0].text, "Unsupported DPT: " + std::to_string(wide >> 16) + ".1");
+  EXPECT_EQ(entries[1].text, "Value type mismatch: Expected 'Empty', got 'ivtFloat'");
 }
 
 TEST(GroupValueToTavValue, RefusalsAreLogged) {

@@ -11,6 +11,7 @@
 #include <cmath>
 #include <typeinfo>
 #include <memory>
+#include <tuple>
 #include <vector>
 
 namespace Zel {
@@ -422,6 +423,21 @@ TEST(Converters, DateTimeFlags) {
   EXPECT_EQ(decoded.GetTime().weekDays, TavWeekDays::WEEK_DAY_MONDAY);
   EXPECT_TRUE(decoded.GetTime().dst);
   EXPECT_EQ(decoded.GetTime().hour, 8);
+}
+
+// 24:00:00 ends the day: it is midnight at the start of the next day, with
+// the next weekday; 24 with minutes or seconds is still refused.
+TEST(Converters, DateTimeEndOfDay) {
+  KnxConverterDateTime dateTime;
+  TAVVALUE decoded;
+  // Sunday 2024-12-31 24:00:00 (weekday 7, hour 24) is Monday 2025-01-01 00:00:00.
+  ASSERT_TRUE(dateTime.FromKnxValue(Dpt(19, 1), Group({124, 12, 31, 0xF8, 0, 0, 0x20, 0}, 64), decoded));
+  const TAVTIME& t = decoded.GetTime();
+  EXPECT_EQ(std::make_tuple(t.year, unsigned{t.month}, unsigned{t.day}, unsigned{t.hour}), std::make_tuple(2025, 1u, 1u, 0u));
+  EXPECT_EQ(t.weekDays, TavWeekDays::WEEK_DAY_MONDAY);
+  LogCapture log;
+  EXPECT_FALSE(dateTime.FromKnxValue(Dpt(19, 1), Group({124, 12, 31, 0x18, 30, 0, 0x20, 0}, 64), decoded));
+  EXPECT_EQ(log.EntriesAtLeast(log4cplus::ERROR_LOG_LEVEL).size(), 1u);
 }
 
 TEST(Ranges, ScaleFactorsAndTheirFailures) {

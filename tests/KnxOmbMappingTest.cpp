@@ -108,6 +108,29 @@ TEST(KnxOmbMapping, DeliberateOddities) {
   EXPECT_EQ(M::GetMaxParametersOfType(static_cast<ParameterType>(3)), 0u);
 }
 
+// On a 64-bit host an id above 32 bits is no id of the device: whatever its
+// low 32 bits, predicates answer false, decoders none, lookups "no row".
+TEST(KnxOmbMapping, IdsBeyond32BitsAreNoIds) {
+  if (sizeof(unsigned long) == 4) {
+    GTEST_SKIP() << "unsigned long is 32 bits here";
+  }
+  const unsigned long high = 1ul << (sizeof(unsigned long) * 8 - 1);
+  for (const unsigned long low : {100100ul, 100101ul, 160002ul, 160003ul, 180000ul, 200021ul}) {
+    SCOPED_TRACE(low);
+    const Id id = high | low;
+    EXPECT_TRUE(M::IsAnyLogicalKnxDeviceId(low));
+    EXPECT_FALSE(M::IsAnyLogicalKnxDeviceId(id));
+    EXPECT_FALSE(M::IsCoChannel(id) || M::IsCoValue(id) || M::IsParameterChannel(id));
+    EXPECT_FALSE(M::IsAppHostAppControlState(id, kLd2));
+    EXPECT_FALSE(M::GetCoValueObjModelId(id) || M::GetParameterValueObjModelId(id));
+    EXPECT_FALSE(M::GetCoNumberFromObjModelId(id, kLd1) || M::GetParameterTypeFromObjModelId(id, kLd1) ||
+                 M::GetParameterNumberFromObjModelId(id, kLd1) || M::GetLogicalDeviceIdFromObject(id));
+  }
+  EXPECT_EQ(M::GetIvtFromMainType(high | 9), "Empty");
+  EXPECT_EQ(M::GetIstFromMainType(high | 9), "Generic");
+  EXPECT_EQ(M::GetDefaultValueFromDpt(high | (9ul << 16) | 1, false), "");
+}
+
 TEST(KnxOmbMapping, ValueTypeAndDefaultOfEveryMainNumber) {
   const std::pair<std::vector<std::uint32_t>, int> groups[] = {
       {{1}, 2}, {{2, 3, 5, 6, 17, 18, 20, 21, 23, 25, 26, 31, 238}, 6}, {{4, 29, 219, 222, 229, 230}, 1},

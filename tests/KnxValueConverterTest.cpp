@@ -315,6 +315,18 @@ TEST(ZelKnxValueConverter, SerialTextBothWays) {
   EXPECT_FALSE(converter.ToKnxValue("garbage", 16 + 256, out));
   EXPECT_TRUE(log.Equals({Info("Could not find DPT for bit size 44"),
                           Error("Invalid value type found for DPT = 9.0 val.ivt=1")}));
+
+  // On a 64-bit host a size above 32 bits is none the device can pass: it
+  // fails as a size without a default, even a boolean, never as its low bits.
+  if (sizeof(unsigned long) > 4) {
+    const unsigned long wide = (1ul << (sizeof(unsigned long) * 8 - 1)) | 16;
+    log.Clear();
+    EXPECT_FALSE(converter.ToKnxValue(serialized, wide, out));
+    Bits(ivtBool, 1).Serialize(serialized, false);
+    EXPECT_FALSE(converter.ToKnxValue(serialized, wide, out));
+    const std::string size = std::to_string(wide);
+    EXPECT_TRUE(log.Equals({Info("Could not find DPT for bit size " + size), Info("Could not find DPT for bit size " + size)}));
+  }
 }
 
 }  // namespace

@@ -75,5 +75,22 @@ TEST(MeasureDuration, InfoAtOrOverTheThresholdDebugOtherwise) {
   EXPECT_TRUE(infoOnly.Empty());
 }
 
+// Whether to write is decided when the scope ends: a level lowered while it
+// runs still gets the entry, one raised while it runs gets none.
+TEST(MeasureDuration, AsksTheLevelAtTheEndOfTheScope) {
+  Tests::LogCapture log(log4cplus::ERROR_LOG_LEVEL);
+  {
+    const MeasureDuration timer("Scope took ");
+    GetGlobalDefaultLogger().setLogLevel(log4cplus::DEBUG_LOG_LEVEL);
+  }
+  EXPECT_EQ(log.Entries().size(), 1u);
+  log.Clear();
+  {
+    const MeasureDuration timer("Scope took ");
+    GetGlobalDefaultLogger().setLogLevel(log4cplus::ERROR_LOG_LEVEL);
+  }
+  EXPECT_TRUE(log.Empty());
+}
+
 }  // namespace
 }  // namespace Zel
