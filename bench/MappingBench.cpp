@@ -1,9 +1,12 @@
 // Cost of the object-model id mapping: building the ids of communication
 // objects and parameters, decoding them back, and the per-DPT value types
-// and default values, with the heap allocations per call.
+// and default values, with the heap allocations per call. Also the cost of
+// a timed scope (MeasureDuration) at the usual ERROR level, where it writes
+// nothing.
 #include "AllocationCounter.h"
 
 #include "Zel/KnxOmbMapping.h"
+#include "Zel/MeasureDuration.h"
 
 #include <benchmark/benchmark.h>
 
@@ -83,6 +86,17 @@ void BM_GetDefaultValueFromDpt(benchmark::State& state) {
   Run(state, [&] { benchmark::DoNotOptimize(KnxOmbMapping::GetDefaultValueFromDpt(code, true)); });
 }
 BENCHMARK(BM_GetDefaultValueFromDpt);
+
+// A timed scope as every decoding by DPT code has one, at ERROR.
+void BM_MeasureDurationAtError(benchmark::State& state) {
+  Zel::GetGlobalDefaultLogger().setLogLevel(log4cplus::ERROR_LOG_LEVEL);
+  Run(state, [] {
+    const Zel::MeasureDuration timer("Decoding a KNX value took ",
+                                     boost::timer::nanosecond_type(100000000));
+    benchmark::ClobberMemory();
+  });
+}
+BENCHMARK(BM_MeasureDurationAtError);
 
 }  // namespace
 
