@@ -8,7 +8,7 @@
 // exception.
 #include "Zel/AppHostConfig.h"
 
-#include "ZelLog/Logging.h"
+#include "Zel/Log.h"
 
 #include <rapidxml/rapidxml.hpp>
 

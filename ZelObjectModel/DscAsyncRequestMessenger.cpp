@@ -2,13 +2,15 @@
 
 #include <boost/chrono/duration.hpp>
 #include <boost/chrono/system_clocks.hpp>
-#include <boost/date_time/posix_time/posix_time_io.hpp>
+// Time-outs are written as Boost's stream output writes a time_duration;
+// to_simple_string writes the same text without the stream facets.
+#include <boost/date_time/posix_time/time_formatters.hpp>
 #include <boost/thread/lock_types.hpp>
 #include <cstdint>
 #include <limits>
 #include <utility>
 
-#include "ZelLog/Logging.h"
+#include "Zel/Log.h"
 
 #define ZEL_LOG_SOURCE "ZelObjectModel/DscAsyncRequestMessenger"
 
@@ -122,7 +124,7 @@ Docket DscAsyncRequestMessenger::SynchronizeRequest(const DoAsyncRequest& doAsyn
     }
     if (!docket) {
       // Intended: the time-out as the caller passed it (zero for the default).
-      ZEL_LOG_ERROR("No response received for ID '" << requestId << "' with timeout " << timeout
+      ZEL_LOG_ERROR("No response received for ID '" << requestId << "' with timeout " << boost::posix_time::to_simple_string(timeout)
                                                     << ", retrying");
       continue;
     }
@@ -171,7 +173,7 @@ bool DscAsyncRequestMessenger::WaitForAnswer(boost::unique_lock<boost::mutex>& l
     }
   }
   // Intended: "occured" is spelt as the device's log tooling expects it.
-  ZEL_LOG_WARN("Timeout (" << timeout << ") occured for request ID '" << requestId << "'");
+  ZEL_LOG_WARN("Timeout (" << boost::posix_time::to_simple_string(timeout) << ") occured for request ID '" << requestId << "'");
   return false;
 }
 

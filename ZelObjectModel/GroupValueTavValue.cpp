@@ -1,21 +1,23 @@
 #include "Zel/GroupValueTavValue.h"
 
+#include "DptCatalogue.h"
+#include "KnxLayout.h"
 #include "NumericCast.h"
+#include "TimeValue.h"
 #include "Zel/KnxOmbMapping.h"
 #include "Zel/KnxValueConverter.h"
+#include "Zel/Log.h"
 #include "Zel/MeasureDuration.h"
 #include "Zel/TavValueHelper.h"
 #include "Zel/TimeOfDay.h"
 #include "Zel/Unreachable.h"
 
 #include "ZelKnxHelper/KnxStrings.h"
-#include "ZelLog/Logging.h"
 
-#include <boost/date_time/gregorian/gregorian.hpp>
-#include <boost/date_time/posix_time/posix_time.hpp>
 #include <utf8.h>
 
 #include <cmath>
+#include <cstdint>
 #include <limits>
 #include <memory>
 #include <ostream>
@@ -24,6 +26,10 @@
 
 namespace Zel {
 namespace {
+
+using Catalogue::Decoding;
+using Catalogue::Encoding;
+using Layout::CodeText;
 
 // Every field of a TAVTIME in its declared order, separated by blanks,
 // numbers in decimal and the flags as 0 or 1.
@@ -37,42 +43,30 @@ std::ostream& operator<<(std::ostream& os, TavTimeFields fields) {
             << t.weekDays << ' ' << (t.utc ? 1 : 0) << ' ' << (t.dst ? 1 : 0);
 }
 
-// main "." sub of a DPT code.
-struct CodeText {
-  unsigned long code;
-};
-std::ostream& operator<<(std::ostream& os, CodeText text) {
-  return os << (text.code >> 16) << '.' << (text.code & 0xFFFFu);
-}
-
-KnxStack::GroupValue FromOctets(const std::uint8_t* octets, std::size_t count, std::uint32_t bits) {
-  return KnxStack::GroupValue(KnxStack::BinaryData(octets, count), bits);
-}
-
-// The eight octets of DPT 19.001 for `time`. A time without a valid date
-// (a cleared value, month or day 0, a year the calendar cannot hold) is
-// sent as the "no date" form: 1970-01-01, no weekday, flags 0x24.
+// The eight octets of DPT 19.001 for `time`: the date and the time of day
+// as a point in time (an hour, minute or second beyond its range carries
+// into the next day), its weekday, flags 0x20. A time without a valid date
+// (a cleared value, month or day 0, a year before 1400) is sent as the "no
+// date" form: 1970-01-01, no weekday, no time, flags 0x24.
 KnxStack::GroupValue DateAndTime(const TAVTIME& time) {
-  std::uint8_t octets[8] = {70, 1, 1, 0, 0, 0, 0x24, 0};
-  if (TAVTIME::IsValidDate(time.year, time.month, time.day)) {
-    try {
-      const boost::posix_time::ptime point = boost::posix_time::ptime_from_tm(time.ToTm());
-      const boost::gregorian::date date = point.date();
-      const boost::posix_time::time_duration clock = point.time_of_day();
-      // Monday..Saturday are 1..6 and Sunday 7; the calendar counts Sunday 0.
-      const unsigned weekday = date.day_of_week().as_number() == 0 ? 7u : date.day_of_week().as_number();
-      octets[0] = static_cast<std::uint8_t>((date.year() - 1900) % 256);
-      octets[1] = static_cast<std::uint8_t>(date.month().as_number());
-      octets[2] = static_cast<std::uint8_t>(date.day());
-      octets[3] = static_cast<std::uint8_t>((weekday << 5) | static_cast<unsigned>(clock.hours()));
-      octets[4] = static_cast<std::uint8_t>(clock.minutes());
-      octets[5] = static_cast<std::uint8_t>(clock.seconds());
-      octets[6] = 0x20;
-    } catch (const std::out_of_range&) {
-      // A valid date outside the calendar's years: the "no date" form above.
-    }
+  if (!TAVTIME::IsValidDate(time.year, time.month, time.day) || time.year < 1400) {
+    return Layout::WriteDateTime({1970, 1, 1, 0, 0, 0, 0, 0x24});
   }
-  return FromOctets(octets, sizeof octets, 64);
+  const std::int64_t seconds = time.hour * 3600L + time.minute * 60L + time.second;
+  const std::int64_t days = Layout::DaysFromCivil(time.year, time.month, time.day) + seconds / 86400;
+  const std::int64_t secondOfDay = seconds % 86400;
+  const Layout::CivilDate date = Layout::CivilFromDays(days);
+  return Layout::WriteDateTime({date.year, date.month, date.day, Layout::WeekdayFromDays(days),
+                                static_cast<unsigned>(secondOfDay / 3600),
+                                static_cast<unsigned>(secondOfDay / 60 % 60),
+                                static_cast<unsigned>(secondOfDay % 60), 0x20});
+}
+
+// The object-model type of a DPT code; the empty type for a code no device
+// can name.
+TavValueType ExpectedType(unsigned long dptCode) {
+  const boost::optional<std::uint32_t> code = Narrow32(dptCode);
+  return code ? KnxOmbMapping::GetIvtFromDpt(*code) : ivtEmpty;
 }
 
 // The table-driven converter shared by every call: built once, read-only
@@ -83,13 +77,6 @@ KnxValueConverter* SharedConverter() {
     return c->Init() ? std::move(c) : nullptr;
   }();
   return converter.get();
-}
-
-// The object-model type of a DPT code; the empty type for a code no device
-// can name.
-TavValueType ExpectedType(unsigned long dptCode) {
-  const boost::optional<std::uint32_t> code = Narrow32(dptCode);
-  return code ? KnxOmbMapping::GetIvtFromDpt(*code) : ivtEmpty;
 }
 
 }  // namespace
@@ -104,34 +91,24 @@ boost::optional<KnxStack::GroupValue> TavValueToGroupValue(const TAVVALUE& value
                                                     << TAVVALUE::GetNameFromValueType(value.ivt) << "'");
     return boost::none;
   }
-  const unsigned long main = dptCode >> 16;
-  switch (main) {
-    case 1:
+  const unsigned long main = Layout::MainOfCode(dptCode);
+  switch (Catalogue::Main(main).encoding) {
+    case Encoding::Boolean:
       group.SetAsBoolean(value.GetByte() != 0);
       break;
-    case 2:
-    case 23:
+    case Encoding::Unsigned2:
       group.SetAsUnsigned2(value.GetByte());
       break;
-    case 3:
+    case Encoding::Unsigned4:
       group.SetAsUnsigned4(value.GetByte());
       break;
-    case 5:
-    case 18:
-    case 20:
-    case 21:
-    case 26:
-    case 238:
+    case Encoding::Unsigned8:
       group.SetAsUnsigned8(value.GetByte());
       break;
-    case 6:
+    case Encoding::Signed8:
       group.SetAsSigned8(static_cast<std::int8_t>(value.GetByte()));
       break;
-    case 7:
-    case 22:
-    case 217:
-    case 234:
-    case 237: {
+    case Encoding::Unsigned16Clamped: {
       std::uint32_t v = value.GetDWord();
       if (v > 65535) {
         // Clamped and sent, not refused (intended).
@@ -141,7 +118,7 @@ boost::optional<KnxStack::GroupValue> TavValueToGroupValue(const TAVVALUE& value
       group.SetAsUnsigned16(static_cast<std::uint16_t>(v));
       break;
     }
-    case 8: {
+    case Encoding::Signed16Saturated: {
       const std::int32_t v = value.GetInteger();
       if (v < INT16_MIN || v > INT16_MAX) {
         // Saturated and sent, not refused (intended).
@@ -150,23 +127,22 @@ boost::optional<KnxStack::GroupValue> TavValueToGroupValue(const TAVVALUE& value
       group.SetAsSigned16(static_cast<std::int16_t>(v < INT16_MIN ? INT16_MIN : v > INT16_MAX ? INT16_MAX : v));
       break;
     }
-    case 9:
+    case Encoding::Float16:
       if (!std::isfinite(value.GetDouble())) {
         return boost::none;  // refused without a message (intended)
       }
       group.SetAsFloat16(value.GetDouble());
       break;
-    case 10: {
+    case Encoding::TimeOfDay: {
       const boost::optional<ZelApp::TimeOfDay> time = ZelApp::FromTavTime(value.GetTime());
       if (!time) {
         ZEL_LOG_ERROR("Could not convert TAVTIME " << TavTimeFields{value.GetTime()} << " to TimeOfDay");
         return boost::none;
       }
-      group.SetAsTimeOfDay(time->GetHour(), time->GetMinute(), time->GetSecond(),
-                           static_cast<KnxStack::GroupValue::DayOfWeek>(time->GetWeekday()));
+      Layout::WriteTimeOfDay(*time, group);
       break;
     }
-    case 11: {
+    case Encoding::Date: {
       const TAVTIME& t = value.GetTime();
       if (!TAVTIME::IsValidDate(t.year, t.month, t.day)) {
         ZEL_LOG_ERROR("Not a valid date: " << TavTimeFields{t});
@@ -175,18 +151,16 @@ boost::optional<KnxStack::GroupValue> TavValueToGroupValue(const TAVVALUE& value
       group.SetAsDate(t.day, t.month, t.year);  // the setter takes day, month, year
       break;
     }
-    case 12:
-    case 15:
-    case 27:
+    case Encoding::Unsigned32:
       group.SetAsUnsigned32(value.GetDWord());
       break;
-    case 13:
+    case Encoding::Signed32:
       group.SetAsSigned32(value.GetInteger());
       break;
-    case 14:
+    case Encoding::Float32:
       group.SetAsFloat32(NarrowToFloat(value.GetDouble()));
       break;
-    case 16: {
+    case Encoding::String14: {
       const std::string& text = value.GetString();
       if (!utf8::is_valid(text.begin(), text.end())) {
         ZEL_LOG_ERROR("Got TAVVALUE that contains a non-UTF8 string");
@@ -195,24 +169,19 @@ boost::optional<KnxStack::GroupValue> TavValueToGroupValue(const TAVVALUE& value
       group.SetAsString14(getLatin1FromUTF8Lossy(UTF8String(text)).str());
       break;
     }
-    case 17:
+    case Encoding::SceneNumber:
       if (value.GetByte() > 63) {
         return boost::none;  // refused without a message (intended)
       }
       group.SetAsUnsigned8(value.GetByte());
       break;
-    case 19:
+    case Encoding::DateTime:
       group = DateAndTime(value.GetTime());
       break;
-    case 232: {
-      // Three octets here, while decoding reads four raw octets (intended).
-      const std::uint32_t v = value.GetDWord();
-      const std::uint8_t octets[3] = {static_cast<std::uint8_t>(v >> 16),
-                                      static_cast<std::uint8_t>(v >> 8), static_cast<std::uint8_t>(v)};
-      group = FromOctets(octets, sizeof octets, 24);
+    case Encoding::Unsigned24:
+      group = Layout::WriteUnsigned24(value.GetDWord());
       break;
-    }
-    default:
+    case Encoding::None:
       // "Value type" names the DPT main number; the text is kept as it is.
       ZEL_LOG_ERROR("Value type " << main << " not supported (dwDPT=" << dptCode << " with value='"
                                   << "ivt: " << static_cast<std::int32_t>(value.ivt)
@@ -223,11 +192,11 @@ boost::optional<KnxStack::GroupValue> TavValueToGroupValue(const TAVVALUE& value
 }
 
 bool CheckGroupValue(const KnxStack::GroupValue& value, unsigned long dptCode) {
-  if (!Narrow32(dptCode)) {
+  const boost::optional<std::uint32_t> code = Narrow32(dptCode);
+  if (!code) {
     return false;  // no DPT of the device has such a code
   }
-  KNXDPT dpt{static_cast<std::uint8_t>(value.GetDefinedSize()), static_cast<std::uint16_t>(dptCode >> 16),
-             static_cast<std::uint16_t>(dptCode & 0xFFFFu)};
+  KNXDPT dpt = Layout::DptOfCode(*code, static_cast<std::uint8_t>(value.GetDefinedSize()));
   KnxValueConverter* converter = SharedConverter();
   if (converter == nullptr) {
     ZEL_LOG_FATAL("Could not Init() the value converter");
@@ -248,53 +217,46 @@ struct Caller {
   const char* signature;
 };
 
-#define ZEL_LOG_WARN_FOR(caller, pieces)                                                 \
-  ZEL_LOG_AT_FUNCTION(::log4cplus::WARN_LOG_LEVEL, ZEL_LOG_SOURCE, (caller).function, \
-                      (caller).signature, pieces)
+// Text that is valid UTF-8, or nothing.
+boost::optional<std::string> ValidUtf8(std::string text) {
+  if (!utf8::is_valid(text.begin(), text.end())) {
+    return boost::none;
+  }
+  return text;
+}
 
 // The decoding branches, after the checks; entries are written as the
 // caller's. Throws GroupValueException when the group value holds too few
 // octets for its getter.
 boost::optional<TAVVALUE> Decode(const KnxStack::GroupValue& value, unsigned long dptCode,
                                  TavValueType expected, const Caller& caller) {
-  const unsigned long main = dptCode >> 16;
-  switch (main) {
-    case 1:
+  switch (Catalogue::Main(Layout::MainOfCode(dptCode)).decoding) {
+    case Decoding::Boolean:
       return ToTavValue(value.GetAsBoolean(), expected);
-    case 2:
-    case 23:
+    case Decoding::Unsigned2:
       return ToTavValue<unsigned char>(value.GetAsUnsigned2(), expected);
-    case 3:
+    case Decoding::Unsigned3:
+      return ToTavValue<unsigned char>(value.GetAsUnsigned3(), expected);
+    case Decoding::Unsigned4:
       return ToTavValue<unsigned char>(value.GetAsUnsigned4(), expected);
-    case 5:
-    case 17:
-    case 18:
-    case 20:
-    case 21:
-    case 26:
-    case 238:
+    case Decoding::Unsigned8:
       return ToTavValue<unsigned char>(value.GetAsUnsigned8(), expected);
-    case 6:
-      // The object model keeps main 6 as a byte: the signed octet is stored
-      // as its unsigned octet (-1 becomes 255).
+    case Decoding::Signed8AsByte:
       return ToTavValue(static_cast<unsigned char>(value.GetAsSigned8()), expected);
-    case 7:
-    case 22:
-    case 217:
-    case 234:
-    case 237:
+    case Decoding::Unsigned16:
       return ToTavValue<unsigned short>(value.GetAsUnsigned16(), expected);
-    case 8:
+    case Decoding::Signed16:
       return ToTavValue<short>(value.GetAsSigned16(), expected);
-    case 9:
+    case Decoding::Float16:
       return ToTavValue<double>(value.GetAsFloat16(), expected);
-    case 10: {
+    case Decoding::TimeOfDay: {
       int hour = 0;
       int minute = 0;
       int second = 0;
       KnxStack::GroupValue::DayOfWeek day = KnxStack::GroupValue::NoDay;
       if (!value.GetAsTimeOfDay(&hour, &minute, &second, &day)) {
-        ZEL_LOG_WARN_FOR(caller, "Received invalid DPT 10 time of day: " << hour << ":" << minute << ":" << second);
+        ZEL_LOG_AT_FUNCTION(log4cplus::WARN_LOG_LEVEL, ZEL_LOG_SOURCE, caller.function, caller.signature,
+                            "Received invalid DPT 10 time of day: " << hour << ":" << minute << ":" << second);
         return boost::none;
       }
       if (expected != ivtDayTime) {
@@ -304,16 +266,18 @@ boost::optional<TAVVALUE> Decode(const KnxStack::GroupValue& value, unsigned lon
                             hour, minute, second, static_cast<ZelApp::DayOfWeek>(day))),
                         expected);
     }
-    case 11: {
+    case Decoding::Date: {
       const KnxStack::BinaryData& raw = value.GetRawData();
       if (raw.GetLength() != 3) {
-        ZEL_LOG_WARN_FOR(caller, "Received an invalid DPT 11.001 date from the KNX: Length in bytes is "
-                     << raw.GetLength() << ", expected 3");
+        ZEL_LOG_AT_FUNCTION(log4cplus::WARN_LOG_LEVEL, ZEL_LOG_SOURCE, caller.function, caller.signature,
+                            "Received an invalid DPT 11.001 date from the KNX: Length in bytes is "
+                                << raw.GetLength() << ", expected 3");
         return boost::none;
       }
       if (raw.GetUInt8Value(2) >= 100) {
-        ZEL_LOG_WARN_FOR(caller, "Received an invalid DPT 11.001 date from the KNX: Year "
-                     << unsigned{raw.GetUInt8Value(2)} << " is out of range (0-99)");
+        ZEL_LOG_AT_FUNCTION(log4cplus::WARN_LOG_LEVEL, ZEL_LOG_SOURCE, caller.function, caller.signature,
+                            "Received an invalid DPT 11.001 date from the KNX: Year "
+                                << unsigned{raw.GetUInt8Value(2)} << " is out of range (0-99)");
         return boost::none;
       }
       int day = 0;
@@ -321,48 +285,46 @@ boost::optional<TAVVALUE> Decode(const KnxStack::GroupValue& value, unsigned lon
       int year = 0;
       value.GetAsDate(&day, &month, &year);
       if (year < 1990 || year > 2089 || month < 1 || month > 12 || day < 1 || day > 31) {
-        ZEL_LOG_WARN_FOR(caller, "Received an invalid DPT 11.001 date from the KNX: " << year << "-" << month << "-"
-                                                                           << day);
+        ZEL_LOG_AT_FUNCTION(log4cplus::WARN_LOG_LEVEL, ZEL_LOG_SOURCE, caller.function, caller.signature,
+                            "Received an invalid DPT 11.001 date from the KNX: " << year << "-" << month
+                                                                                 << "-" << day);
         return boost::none;
       }
-      const boost::gregorian::date date(static_cast<unsigned short>(year),
-                                        static_cast<unsigned short>(month),
-                                        static_cast<unsigned short>(day));
-      return ToTavValue(boost::posix_time::ptime(date), expected);
+      // A day beyond its month raises the calendar's bad-day-of-month error.
+      Layout::CheckCalendarDate(year, static_cast<unsigned>(month), static_cast<unsigned>(day));
+      return TimeValueOf(static_cast<std::uint16_t>(year), static_cast<std::uint8_t>(month),
+                         static_cast<std::uint8_t>(day), 0, 0, 0, expected);
     }
-    case 12:
-    case 15:
-    case 27:
-    case 232:
+    case Decoding::Raw32:
       // Four raw octets (three for 232.x), while encoding writes three for 232 (intended).
-      return ToTavValue<unsigned long>(value.GetRawData().GetUInt32Value(0), expected);
-    case 13:
+      return ToTavValue<unsigned long>(Layout::ReadRaw32(value), expected);
+    case Decoding::Signed32:
       return ToTavValue<long>(value.GetAsSigned32(), expected);
-    case 14:
+    case Decoding::Float32:
       return ToTavValue<float>(value.GetAsFloat32(), expected);
-    case 16:
-      return ToTavValue(
-          UndefinedBehaviourIfNone(UTF8String::Create(getUTF8FromLatin1(KnxStyleString(value.GetAsString14()))))
-              .str(),
-          expected);
-    case 19: {
-      const KnxStack::BinaryData raw = value.GetRawData();
-      const auto octet = [&raw](std::size_t i) { return raw.GetUInt8Value(i); };
-      // The weekday bits and the flags octets are not read. A month or day of
-      // 0 raises the calendar's bad-month / bad-day-of-month error, which
+    case Decoding::String14:
+      return StringValueOf(UndefinedBehaviourIfNone(ValidUtf8(
+                               getUTF8FromLatin1(KnxStyleString(value.GetAsString14())))),
+                           expected);
+    case Decoding::DateTime: {
+      // The weekday bits and the flags are not read. A month or day of 0
+      // raises the calendar's bad-month / bad-day-of-month error, which
       // leaves this function (intended).
-      const boost::gregorian::date date(static_cast<unsigned short>(octet(0) + 1900),
-                                        static_cast<unsigned short>(octet(1) & 0x0F),
-                                        static_cast<unsigned short>(octet(2) & 0x1F));
-      const long seconds = (octet(3) & 0x1F) * 3600L + (octet(4) & 0x3F) * 60L + (octet(5) & 0x3F);
-      return ToTavValue(boost::posix_time::ptime(date) + boost::posix_time::seconds(seconds), expected);
+      const Layout::DateTimeFields f = Layout::ReadDateTime(value);
+      Layout::CheckCalendarDate(f.year, f.month, f.day);
+      const std::int64_t seconds = f.hour * 3600L + f.minute * 60L + f.second;
+      const std::int64_t secondOfDay = seconds % 86400;
+      const Layout::CivilDate date =
+          Layout::CivilFromDays(Layout::DaysFromCivil(f.year, f.month, f.day) + seconds / 86400);
+      return TimeValueOf(static_cast<std::uint16_t>(date.year), static_cast<std::uint8_t>(date.month),
+                         static_cast<std::uint8_t>(date.day), static_cast<std::uint8_t>(secondOfDay / 3600),
+                         static_cast<std::uint8_t>(secondOfDay / 60 % 60),
+                         static_cast<std::uint8_t>(secondOfDay % 60), expected);
     }
-    case 31:
-      // Decoded here, while encoding refuses main 31 (intended).
-      return ToTavValue<unsigned char>(value.GetAsUnsigned3(), expected);
-    default:
+    case Decoding::None:
       return boost::none;  // a main number with a value type but no decoding
   }
+  return boost::none;
 }
 
 }  // namespace

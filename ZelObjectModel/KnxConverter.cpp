@@ -1,12 +1,12 @@
 #include "Zel/KnxConverter.h"
 
+#include "KnxLayout.h"
 #include "NumericCast.h"
 #include "Zel/TimeOfDay.h"
 
 #include "ZelKnxHelper/KnxStrings.h"
-#include "ZelLog/Logging.h"
+#include "Zel/Log.h"
 
-#include <boost/date_time/gregorian/gregorian.hpp>
 #include <utf8.h>
 
 #include <cmath>
@@ -16,24 +16,31 @@
 
 #define ZEL_LOG_SOURCE "ZelObjectModel/KnxConverter"
 
-// The converter pattern. Macros rather than functions, so that every entry
-// carries the name and signature of the operation that writes it.
-#define ZEL_TRACE_ENCODE()                                                                 \
-  ZEL_LOG_DEBUG("DPT is used. DPT = " << DptText{dpt} << " ivt=" << value.ivt << " val=" \
-                                      << value.ToString())
-#define ZEL_TRACE_DECODE()                                                          \
-  ZEL_LOG_DEBUG("DPT is used. DPT = " << DptText{dpt} << " grp.size="              \
-                                      << group.GetDefinedSize()                     \
-                                      << " grp.val=" << group.GetRawData().ToString())
-// Refusal: exactly one ERROR entry, then false.
-#define ZEL_REFUSE(pieces) \
-  do {                     \
-    ZEL_LOG_ERROR(pieces); \
-    return false;          \
-  } while (false)
-
 namespace Zel {
 namespace {
+
+// The trace lines of the converter pattern, written by each operation (so
+// that each entry carries its operation's name):
+//   "DPT is used. DPT = m.s ivt=<type> val=<value>"              (encoding)
+//   "DPT is used. DPT = m.s grp.size=<bits> grp.val=<octets>"    (decoding)
+struct EncodeTrace {
+  EncodeTrace(const KNXDPT& d, const TAVVALUE& v) : dpt(d), value(v) {}
+  const KNXDPT& dpt;
+  const TAVVALUE& value;
+};
+std::ostream& operator<<(std::ostream& os, const EncodeTrace& trace) {
+  return os << "DPT is used. DPT = " << DptText{trace.dpt} << " ivt=" << trace.value.ivt
+            << " val=" << trace.value.ToString();
+}
+struct DecodeTrace {
+  DecodeTrace(const KNXDPT& d, const KnxStack::GroupValue& g) : dpt(d), group(g) {}
+  const KNXDPT& dpt;
+  const KnxStack::GroupValue& group;
+};
+std::ostream& operator<<(std::ostream& os, const DecodeTrace& trace) {
+  return os << "DPT is used. DPT = " << DptText{trace.dpt} << " grp.size="
+            << trace.group.GetDefinedSize() << " grp.val=" << trace.group.GetRawData().ToString();
+}
 
 // The first pair of a range, inclusive at both ends.
 template <class Range, class T>
@@ -61,33 +68,45 @@ IntegerRange::IntegerRange(std::int32_t internalLower, std::int32_t internalUppe
   CalculateScaleFactor();
 }
 
-// IntegerRange and LongIntegerRange compute alike; a macro keeps the log
-// entries in the member functions themselves. Spans are taken in 64-bit
-// arithmetic, so the full 32-bit span does not overflow.
-#define ZEL_CALCULATE_INTEGER_SCALE_FACTOR()                                                  \
-  const std::int64_t internalSpan = static_cast<std::int64_t>(m_internalUpper) - m_internalLower; \
-  if (internalSpan == 0) {                                                                    \
-    ZEL_LOG_ERROR("Failed to calculate the scale factor because of invalid internal range ["  \
-                  << m_internalLower << ", " << m_internalUpper << "].");                     \
-    return;                                                                                   \
-  }                                                                                           \
-  const std::int64_t externalSpan = static_cast<std::int64_t>(m_externalUpper) - m_externalLower; \
-  if (externalSpan == 0) {                                                                    \
-    ZEL_LOG_ERROR("Failed to calculate the scale factor because of invalid external range ["  \
-                  << m_externalLower << ", " << m_externalUpper << "].");                     \
-    return;                                                                                   \
-  }                                                                                           \
-  const double factor = static_cast<double>(externalSpan) / static_cast<double>(internalSpan); \
-  if (factor == 0.0) {                                                                        \
-    ZEL_LOG_ERROR("Failed to calculate the scale factor because of invalid internal range ["  \
-                  << m_internalLower << ", " << m_internalUpper                               \
-                  << "] or because of invalid external range [" << m_externalLower << ", "   \
-                  << m_externalUpper << "].");                                                \
-    return;                                                                                   \
-  }                                                                                           \
-  m_scaleFactor = factor
+// IntegerRange and LongIntegerRange compute alike. Spans are taken in 64-bit
+// arithmetic, so the full 32-bit span does not overflow. The entries are
+// written as the calling member's (`function`, `signature`); `factor` is
+// changed only on success.
+namespace {
+template <class T>
+void CalculateIntegerScaleFactor(T internalLower, T internalUpper, T externalLower, T externalUpper,
+                                 double& factor, const char* function, const char* signature) {
+  const std::int64_t internalSpan = static_cast<std::int64_t>(internalUpper) - internalLower;
+  if (internalSpan == 0) {
+    ZEL_LOG_AT_FUNCTION(log4cplus::ERROR_LOG_LEVEL, ZEL_LOG_SOURCE, function, signature,
+                        "Failed to calculate the scale factor because of invalid internal range ["
+                            << internalLower << ", " << internalUpper << "].");
+    return;
+  }
+  const std::int64_t externalSpan = static_cast<std::int64_t>(externalUpper) - externalLower;
+  if (externalSpan == 0) {
+    ZEL_LOG_AT_FUNCTION(log4cplus::ERROR_LOG_LEVEL, ZEL_LOG_SOURCE, function, signature,
+                        "Failed to calculate the scale factor because of invalid external range ["
+                            << externalLower << ", " << externalUpper << "].");
+    return;
+  }
+  const double quotient = static_cast<double>(externalSpan) / static_cast<double>(internalSpan);
+  if (quotient == 0.0) {
+    ZEL_LOG_AT_FUNCTION(log4cplus::ERROR_LOG_LEVEL, ZEL_LOG_SOURCE, function, signature,
+                        "Failed to calculate the scale factor because of invalid internal range ["
+                            << internalLower << ", " << internalUpper
+                            << "] or because of invalid external range [" << externalLower << ", "
+                            << externalUpper << "].");
+    return;
+  }
+  factor = quotient;
+}
+}  // namespace
 
-void IntegerRange::CalculateScaleFactor() { ZEL_CALCULATE_INTEGER_SCALE_FACTOR(); }
+void IntegerRange::CalculateScaleFactor() {
+  CalculateIntegerScaleFactor(m_internalLower, m_internalUpper, m_externalLower, m_externalUpper,
+                              m_scaleFactor, __func__, __PRETTY_FUNCTION__);
+}
 
 LongIntegerRange::LongIntegerRange(std::int64_t internalLower, std::int64_t internalUpper,
                                    std::int64_t externalLower, std::int64_t externalUpper)
@@ -99,7 +118,10 @@ LongIntegerRange::LongIntegerRange(std::int64_t internalLower, std::int64_t inte
   CalculateScaleFactor();
 }
 
-void LongIntegerRange::CalculateScaleFactor() { ZEL_CALCULATE_INTEGER_SCALE_FACTOR(); }
+void LongIntegerRange::CalculateScaleFactor() {
+  CalculateIntegerScaleFactor(m_internalLower, m_internalUpper, m_externalLower, m_externalUpper,
+                              m_scaleFactor, __func__, __PRETTY_FUNCTION__);
+}
 
 FloatIntegerRange::FloatIntegerRange()
     : FloatIntegerRange(INT32_MIN, INT32_MAX, -671088.64, 670760.96) {}
@@ -211,7 +233,8 @@ bool KnxConverterDefault::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
   if (value.ivt == ivtPercent || value.ivt == ivtDimming) {
     count = 1;
     if (!TavValueToByteArray(value, buffer, count)) {
-      ZEL_REFUSE("TavValueToByteArray failed. DPT=" << DptText{dpt});
+      ZEL_LOG_ERROR("TavValueToByteArray failed. DPT=" << DptText{dpt});
+      return false;
     }
     group.SetAsUnsigned8(buffer[0]);
     return true;
@@ -231,7 +254,8 @@ bool KnxConverterDefault::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
     count = sizeof buffer;
   }
   if (!TavValueToByteArray(value, buffer, count)) {
-    ZEL_REFUSE("TavValueToByteArray failed. DPT=" << DptText{dpt} << " data size =" << count);
+    ZEL_LOG_ERROR("TavValueToByteArray failed. DPT=" << DptText{dpt} << " data size =" << count);
+    return false;
   }
   if (count <= 1) {
     group.SetAsUnsigned8(buffer[0]);
@@ -249,7 +273,8 @@ bool KnxConverterDefault::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupV
     return true;
   }
   value = TAVVALUE();
-  ZEL_REFUSE("ByteArrayToTavValue failed. DPT=" << DptText{dpt} << " data size =" << length);
+  ZEL_LOG_ERROR("ByteArrayToTavValue failed. DPT=" << DptText{dpt} << " data size =" << length);
+  return false;
 }
 
 // ---------------------------------------------------------------------------
@@ -257,7 +282,7 @@ bool KnxConverterDefault::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupV
 
 bool KnxConverter1Bit::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
                                   KnxStack::GroupValue& group) {
-  ZEL_TRACE_ENCODE();
+  ZEL_LOG_DEBUG(EncodeTrace(dpt, value));
   if (dpt.mainNumber != 1 || value.ivt != ivtBool) {
     return false;  // refused without a log entry (intended)
   }
@@ -277,9 +302,10 @@ bool KnxConverter1Bit::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValu
 
 bool KnxConverter2Bit::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
                                   KnxStack::GroupValue& group) {
-  ZEL_TRACE_ENCODE();
+  ZEL_LOG_DEBUG(EncodeTrace(dpt, value));
   if (dpt.mainNumber != 2 || value.ivt != ivtByte) {
-    ZEL_REFUSE("Wrong tav value type (ivtByte) or DPT main number (2.x)!");
+    ZEL_LOG_ERROR("Wrong tav value type (ivtByte) or DPT main number (2.x)!");
+    return false;
   }
   group.SetAsUnsigned2(value.GetByte());
   return true;
@@ -288,7 +314,8 @@ bool KnxConverter2Bit::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
 bool KnxConverter2Bit::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
                                     TAVVALUE& value) {
   if (dpt.mainNumber != 2) {
-    ZEL_REFUSE("Wrong DPT main number (2.x)!");
+    ZEL_LOG_ERROR("Wrong DPT main number (2.x)!");
+    return false;
   }
   value.ivt = ivtByte;
   value.SetByte(group.GetAsUnsigned2());
@@ -297,12 +324,14 @@ bool KnxConverter2Bit::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValu
 
 bool KnxConverter4Bit::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
                                   KnxStack::GroupValue& group) {
-  ZEL_TRACE_ENCODE();
+  ZEL_LOG_DEBUG(EncodeTrace(dpt, value));
   if (dpt.mainNumber != 3 || value.ivt != ivtByte) {
-    ZEL_REFUSE("Wrong tav value type (ivtByte) or DPT main number (3.x)!");
+    ZEL_LOG_ERROR("Wrong tav value type (ivtByte) or DPT main number (3.x)!");
+    return false;
   }
   if (value.GetByte() >= 16) {
-    ZEL_REFUSE("Value out of raw range [0..15]:" << Number(value.GetByte()));
+    ZEL_LOG_ERROR("Value out of raw range [0..15]:" << Number(value.GetByte()));
+    return false;
   }
   group.SetAsUnsigned4(value.GetByte());
   return true;
@@ -310,9 +339,10 @@ bool KnxConverter4Bit::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
 
 bool KnxConverter4Bit::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
                                     TAVVALUE& value) {
-  ZEL_TRACE_DECODE();
+  ZEL_LOG_DEBUG(DecodeTrace(dpt, group));
   if (dpt.mainNumber != 3) {
-    ZEL_REFUSE("Wrong DPT main number (3.x)!");
+    ZEL_LOG_ERROR("Wrong DPT main number (3.x)!");
+    return false;
   }
   // The value type stays as the caller prepared it from the DPT table.
   value.SetByte(group.GetAsUnsigned4());
@@ -340,14 +370,16 @@ std::int64_t SingleCodePoint(const std::string& text) {
 
 bool KnxConverter8BitString::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
                                         KnxStack::GroupValue& group) {
-  ZEL_TRACE_ENCODE();
+  ZEL_LOG_DEBUG(EncodeTrace(dpt, value));
   if (dpt.mainNumber != 4 || value.ivt != ivtString) {
-    ZEL_REFUSE("Wrong tav value type (ivtString) or DPT main number (4.x)!");
+    ZEL_LOG_ERROR("Wrong tav value type (ivtString) or DPT main number (4.x)!");
+    return false;
   }
   const std::int64_t codePoint = SingleCodePoint(value.GetString());
   if (codePoint < 0 || !InFirstPair(m_range, codePoint)) {
     // One text for every row; the value shows what was refused.
-    ZEL_REFUSE("Value out of raw range [0..127] for DPT 4.001:" << value.ToString());
+    ZEL_LOG_ERROR("Value out of raw range [0..127] for DPT 4.001:" << value.ToString());
+    return false;
   }
   group.SetAsChar(static_cast<char>(codePoint));
   return true;
@@ -355,13 +387,15 @@ bool KnxConverter8BitString::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value
 
 bool KnxConverter8BitString::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
                                           TAVVALUE& value) {
-  ZEL_TRACE_DECODE();
+  ZEL_LOG_DEBUG(DecodeTrace(dpt, group));
   if (dpt.mainNumber != 4) {
-    ZEL_REFUSE("Wrong DPT main number (4.x)!");
+    ZEL_LOG_ERROR("Wrong DPT main number (4.x)!");
+    return false;
   }
   const std::uint8_t octet = group.GetAsUnsigned8();
   if (!InFirstPair(m_range, static_cast<std::int32_t>(octet))) {
-    ZEL_REFUSE("Value out of raw range [0..127] for DPT 4.001:" << Number(octet));
+    ZEL_LOG_ERROR("Value out of raw range [0..127] for DPT 4.001:" << Number(octet));
+    return false;
   }
   value.ivt = ivtString;
   // NUL is the empty text, as an empty text encodes to NUL.
@@ -371,23 +405,47 @@ bool KnxConverter8BitString::FromKnxValue(const KNXDPT& dpt, const KnxStack::Gro
 }
 
 namespace {
-// Latin-1 octets of `text` within [0, upper]; anything else, invalid UTF-8
-// included, becomes '_'. Sets `replaced` when a character was replaced.
+// The Latin-1 octets of `text` that a 14-octet value carries: characters
+// within [0, upper] as they are; each character above `upper`, and each
+// invalid UTF-8 sequence (counted as utfcpp's replace_invalid counts
+// them), as '_'; cut after 14 octets, as the group value would cut them.
+// Sets `replaced` when anything in the whole text was replaced. Allocates
+// nothing: the result fits the string's own buffer.
 std::string ToLatin1Within(const std::string& text, std::int32_t upper, bool& replaced) {
-  std::string valid;
-  utf8::replace_invalid(text.begin(), text.end(), std::back_inserter(valid), '_');
-  replaced = valid != text;
-  std::string out;
-  for (auto it = valid.begin(); it != valid.end();) {
-    const std::uint32_t codePoint = utf8::next(it, valid.end());
-    if (codePoint > static_cast<std::uint32_t>(upper)) {
-      replaced = true;
-      out.push_back('_');
+  char octets[14];
+  std::size_t count = 0;
+  const auto put = [&octets, &count](char octet) {
+    if (count < sizeof octets) {
+      octets[count++] = octet;
+    }
+  };
+  replaced = false;
+  auto it = text.begin();
+  const auto end = text.end();
+  while (it != end) {
+    const auto sequence = it;
+    std::uint32_t codePoint = 0;
+    const utf8::internal::utf_error error = utf8::internal::validate_next(it, end, codePoint);
+    if (error == utf8::internal::UTF8_OK) {
+      const bool fits = codePoint <= static_cast<std::uint32_t>(upper);
+      replaced = replaced || !fits;
+      put(fits ? static_cast<char>(codePoint) : '_');
+      continue;
+    }
+    replaced = true;
+    put('_');
+    if (error == utf8::internal::NOT_ENOUGH_ROOM) {
+      it = end;
     } else {
-      out.push_back(static_cast<char>(codePoint));
+      it = sequence + 1;
+      if (error != utf8::internal::INVALID_LEAD) {
+        while (it != end && utf8::internal::is_trail(*it)) {
+          ++it;  // one mark for the whole sequence
+        }
+      }
     }
   }
-  return out;
+  return std::string(octets, count);
 }
 }  // namespace
 
@@ -396,9 +454,10 @@ std::string ToLatin1Within(const std::string& text, std::int32_t upper, bool& re
 // group value, as KNX tools do.
 bool KnxConverter14ByteString::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
                                           KnxStack::GroupValue& group) {
-  ZEL_TRACE_ENCODE();
+  ZEL_LOG_DEBUG(EncodeTrace(dpt, value));
   if (dpt.mainNumber != 16 || value.ivt != ivtString) {
-    ZEL_REFUSE("Wrong DPT main number (16.x) or tav value type (ivtString)!");
+    ZEL_LOG_ERROR("Wrong DPT main number (16.x) or tav value type (ivtString)!");
+    return false;
   }
   bool replaced = false;
   const std::string latin1 = ToLatin1Within(value.GetString(), m_range.m_internalUpper, replaced);
@@ -411,9 +470,10 @@ bool KnxConverter14ByteString::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& val
 
 bool KnxConverter14ByteString::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
                                             TAVVALUE& value) {
-  ZEL_TRACE_DECODE();
+  ZEL_LOG_DEBUG(DecodeTrace(dpt, group));
   if (dpt.mainNumber != 16) {
-    ZEL_REFUSE("Wrong DPT main number (16.x)!");
+    ZEL_LOG_ERROR("Wrong DPT main number (16.x)!");
+    return false;
   }
   std::string latin1 = group.GetAsString14();
   bool replaced = false;
@@ -436,14 +496,16 @@ bool KnxConverter14ByteString::FromKnxValue(const KNXDPT& dpt, const KnxStack::G
 
 bool KnxConverterByte8BitUnsigned::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
                                               KnxStack::GroupValue& group) {
-  ZEL_TRACE_ENCODE();
+  ZEL_LOG_DEBUG(EncodeTrace(dpt, value));
   if (value.ivt != ivtByte) {
-    ZEL_REFUSE("Wrong tav value type (ivtByte)!");
+    ZEL_LOG_ERROR("Wrong tav value type (ivtByte)!");
+    return false;
   }
   // Only 5.006 is range-tested when encoding (intended).
   if (dpt.mainNumber == 5 && dpt.subNumber == 6 &&
       !InFirstPair(m_range, static_cast<std::int32_t>(value.GetByte()))) {
-    ZEL_REFUSE("Value out of raw range [0..254] for DPT 5.006:" << Number(value.GetByte()));
+    ZEL_LOG_ERROR("Value out of raw range [0..254] for DPT 5.006:" << Number(value.GetByte()));
+    return false;
   }
   group.SetAsUnsigned8(value.GetByte());
   return true;
@@ -452,12 +514,13 @@ bool KnxConverterByte8BitUnsigned::ToKnxValue(const KNXDPT& dpt, const TAVVALUE&
 bool KnxConverterByte8BitUnsigned::FromKnxValue(const KNXDPT& dpt,
                                                 const KnxStack::GroupValue& group,
                                                 TAVVALUE& value) {
-  ZEL_TRACE_DECODE();
+  ZEL_LOG_DEBUG(DecodeTrace(dpt, group));
   // No main number test: the range alone decides (intended).
   const std::uint8_t octet = group.GetAsUnsigned8();
   if (!InFirstPair(m_range, static_cast<std::int32_t>(octet))) {
-    ZEL_REFUSE("Value out of raw range " << ToString(m_range) << " for DPT " << DptText{dpt}
+    ZEL_LOG_ERROR("Value out of raw range " << ToString(m_range) << " for DPT " << DptText{dpt}
                                          << "; value was " << Number(octet));
+    return false;
   }
   value.ivt = ivtByte;
   value.SetByte(octet);
@@ -466,9 +529,10 @@ bool KnxConverterByte8BitUnsigned::FromKnxValue(const KNXDPT& dpt,
 
 bool KnxConverterInteger8BitSigned::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
                                                KnxStack::GroupValue& group) {
-  ZEL_TRACE_ENCODE();
+  ZEL_LOG_DEBUG(EncodeTrace(dpt, value));
   if (dpt.mainNumber != 6 || value.ivt != ivtInteger) {
-    ZEL_REFUSE("Wrong tav value type (ivtInteger) or DPT main number (6.x)!");
+    ZEL_LOG_ERROR("Wrong tav value type (ivtInteger) or DPT main number (6.x)!");
+    return false;
   }
   // No range test: a wider number is cut to its low octet (intended).
   group.SetAsSigned8(static_cast<std::int8_t>(static_cast<std::uint8_t>(value.GetDWord())));
@@ -478,7 +542,7 @@ bool KnxConverterInteger8BitSigned::ToKnxValue(const KNXDPT& dpt, const TAVVALUE
 bool KnxConverterInteger8BitSigned::FromKnxValue(const KNXDPT& dpt,
                                                  const KnxStack::GroupValue& group,
                                                  TAVVALUE& value) {
-  ZEL_TRACE_DECODE();
+  ZEL_LOG_DEBUG(DecodeTrace(dpt, group));
   value.ivt = ivtInteger;
   value.SetInteger(group.GetAsSigned8());
   return true;
@@ -490,31 +554,35 @@ bool IsOneHotMode(unsigned mode) { return mode == 1 || mode == 2 || mode == 4; }
 
 bool KnxConverterStatus8Bit::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
                                         KnxStack::GroupValue& group) {
-  ZEL_TRACE_ENCODE();
+  ZEL_LOG_DEBUG(EncodeTrace(dpt, value));
   // Any one of the three conditions suffices (intended).
   if (dpt.mainNumber != 6 && dpt.subNumber != 20 && value.ivt != ivtByte) {
-    ZEL_REFUSE("Wrong tav value type (ivtByte) or DPT main number (6.020)!");
+    ZEL_LOG_ERROR("Wrong tav value type (ivtByte) or DPT main number (6.020)!");
+    return false;
   }
   // Written before the mode is checked: a refused octet stays in `group`.
   group.SetAsUnsigned8(value.GetByte());
   const unsigned mode = group.GetAsUnsigned3();
   if (!IsOneHotMode(mode)) {
-    ZEL_REFUSE("The internal value of DPT=" << DptText{dpt} << ", f=" << mode
+    ZEL_LOG_ERROR("The internal value of DPT=" << DptText{dpt} << ", f=" << mode
                                             << " is out of the allowed range.");
+    return false;
   }
   return true;
 }
 
 bool KnxConverterStatus8Bit::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
                                           TAVVALUE& value) {
-  ZEL_TRACE_DECODE();
+  ZEL_LOG_DEBUG(DecodeTrace(dpt, group));
   if (dpt.mainNumber != 6 && dpt.subNumber != 20) {
-    ZEL_REFUSE("Wrong DPT main number (6.020)!");
+    ZEL_LOG_ERROR("Wrong DPT main number (6.020)!");
+    return false;
   }
   const unsigned mode = static_cast<std::uint8_t>(group.GetAsSigned8()) & 0x07u;
   if (!IsOneHotMode(mode)) {
-    ZEL_REFUSE("The internal value of DPT=" << DptText{dpt} << ", f=" << mode
+    ZEL_LOG_ERROR("The internal value of DPT=" << DptText{dpt} << ", f=" << mode
                                             << " is out of the allowed range.");
+    return false;
   }
   value.ivt = ivtByte;
   value.SetByte(group.GetAsUnsigned8());
@@ -526,9 +594,10 @@ bool KnxConverterStatus8Bit::FromKnxValue(const KNXDPT& dpt, const KnxStack::Gro
 
 bool KnxConverterInteger16BitUnsigned::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
                                                   KnxStack::GroupValue& group) {
-  ZEL_TRACE_ENCODE();
+  ZEL_LOG_DEBUG(EncodeTrace(dpt, value));
   if (dpt.mainNumber != 7 && value.ivt != ivtWord) {
-    ZEL_REFUSE("Wrong DPT main number (7.x) or tav value type (ivtWord)!");
+    ZEL_LOG_ERROR("Wrong DPT main number (7.x) or tav value type (ivtWord)!");
+    return false;
   }
   // No range test: a wider number is cut to its low 16 bits (intended).
   group.SetAsUnsigned16(static_cast<std::uint16_t>(value.GetDWord()));
@@ -538,9 +607,10 @@ bool KnxConverterInteger16BitUnsigned::ToKnxValue(const KNXDPT& dpt, const TAVVA
 bool KnxConverterInteger16BitUnsigned::FromKnxValue(const KNXDPT& dpt,
                                                     const KnxStack::GroupValue& group,
                                                     TAVVALUE& value) {
-  ZEL_TRACE_DECODE();
+  ZEL_LOG_DEBUG(DecodeTrace(dpt, group));
   if (dpt.mainNumber != 7) {
-    ZEL_REFUSE("Wrong DPT main number (7.x)!");
+    ZEL_LOG_ERROR("Wrong DPT main number (7.x)!");
+    return false;
   }
   value.ivt = ivtWord;
   value.SetDWord(group.GetAsUnsigned16());
@@ -549,9 +619,10 @@ bool KnxConverterInteger16BitUnsigned::FromKnxValue(const KNXDPT& dpt,
 
 bool KnxConverterInteger16BitSigned::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
                                                 KnxStack::GroupValue& group) {
-  ZEL_TRACE_ENCODE();
+  ZEL_LOG_DEBUG(EncodeTrace(dpt, value));
   if (dpt.mainNumber != 8 && value.ivt != ivtInteger) {
-    ZEL_REFUSE("Wrong DPT main number (8.x) or tav value type (ivtInteger)!");
+    ZEL_LOG_ERROR("Wrong DPT main number (8.x) or tav value type (ivtInteger)!");
+    return false;
   }
   // No range test: 40000 is sent as -25536 (intended).
   group.SetAsSigned16(static_cast<std::int16_t>(static_cast<std::uint16_t>(value.GetDWord())));
@@ -561,9 +632,10 @@ bool KnxConverterInteger16BitSigned::ToKnxValue(const KNXDPT& dpt, const TAVVALU
 bool KnxConverterInteger16BitSigned::FromKnxValue(const KNXDPT& dpt,
                                                   const KnxStack::GroupValue& group,
                                                   TAVVALUE& value) {
-  ZEL_TRACE_DECODE();
+  ZEL_LOG_DEBUG(DecodeTrace(dpt, group));
   if (dpt.mainNumber != 8) {
-    ZEL_REFUSE("Wrong DPT main number (8.x)!");
+    ZEL_LOG_ERROR("Wrong DPT main number (8.x)!");
+    return false;
   }
   value.ivt = ivtInteger;
   value.SetInteger(group.GetAsSigned16());
@@ -572,30 +644,30 @@ bool KnxConverterInteger16BitSigned::FromKnxValue(const KNXDPT& dpt,
 
 bool KnxConverterInteger24BitUnsigned::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
                                                   KnxStack::GroupValue& group) {
-  ZEL_TRACE_ENCODE();
+  ZEL_LOG_DEBUG(EncodeTrace(dpt, value));
   if (value.ivt != ivtDWord) {
-    ZEL_REFUSE("Wrong tav value type (ivtDWord)!");
+    ZEL_LOG_ERROR("Wrong tav value type (ivtDWord)!");
+    return false;
   }
   const std::uint32_t u = value.GetDWord();
   if (!InFirstPair(m_range, static_cast<std::int64_t>(u))) {
-    ZEL_REFUSE("The internal value of DPT=" << DptText{dpt} << ", ivt=" << value.ivt
+    ZEL_LOG_ERROR("The internal value of DPT=" << DptText{dpt} << ", ivt=" << value.ivt
                                             << " is out of range: " << u);
+    return false;
   }
-  // Most significant octet first, as the KNX standard orders R, G, B.
-  const std::uint8_t octets[3] = {static_cast<std::uint8_t>(u >> 16),
-                                  static_cast<std::uint8_t>(u >> 8), static_cast<std::uint8_t>(u)};
-  group = KnxStack::GroupValue(KnxStack::BinaryData(octets, 3), 24);
+  group = Layout::WriteUnsigned24(u);
   return true;
 }
 
 bool KnxConverterInteger24BitUnsigned::FromKnxValue(const KNXDPT& dpt,
                                                     const KnxStack::GroupValue& group,
                                                     TAVVALUE& value) {
-  ZEL_TRACE_DECODE();
-  const std::uint32_t u = group.GetRawData().GetUInt32Value(0);
+  ZEL_LOG_DEBUG(DecodeTrace(dpt, group));
+  const std::uint32_t u = Layout::ReadRaw32(group);
   if (!InFirstPair(m_range, static_cast<std::int64_t>(u))) {
-    ZEL_REFUSE("The internal value of DPT=" << DptText{dpt} << ", ivt=" << value.ivt
+    ZEL_LOG_ERROR("The internal value of DPT=" << DptText{dpt} << ", ivt=" << value.ivt
                                             << " is out of range: " << u);
+    return false;
   }
   value.ivt = ivtDWord;
   value.SetDWord(u);
@@ -604,15 +676,17 @@ bool KnxConverterInteger24BitUnsigned::FromKnxValue(const KNXDPT& dpt,
 
 bool KnxConverterInteger32BitUnsigned::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
                                                   KnxStack::GroupValue& group) {
-  ZEL_TRACE_ENCODE();
+  ZEL_LOG_DEBUG(EncodeTrace(dpt, value));
   // The value type alone decides, never the main number (intended).
   if (value.ivt != ivtDWord) {
-    ZEL_REFUSE("Wrong tav value type (ivtDWord)!");
+    ZEL_LOG_ERROR("Wrong tav value type (ivtDWord)!");
+    return false;
   }
   const std::uint32_t u = value.GetDWord();
   if (!InFirstPair(m_range, static_cast<std::int64_t>(u))) {
-    ZEL_REFUSE("The internal value of DPT=" << DptText{dpt} << ", ivt=" << value.ivt
+    ZEL_LOG_ERROR("The internal value of DPT=" << DptText{dpt} << ", ivt=" << value.ivt
                                             << " is out of range: " << u);
+    return false;
   }
   group.SetAsUnsigned32(u);
   return true;
@@ -621,11 +695,12 @@ bool KnxConverterInteger32BitUnsigned::ToKnxValue(const KNXDPT& dpt, const TAVVA
 bool KnxConverterInteger32BitUnsigned::FromKnxValue(const KNXDPT& dpt,
                                                     const KnxStack::GroupValue& group,
                                                     TAVVALUE& value) {
-  ZEL_TRACE_DECODE();
+  ZEL_LOG_DEBUG(DecodeTrace(dpt, group));
   const std::uint32_t u = group.GetAsUnsigned32();
   if (!InFirstPair(m_range, static_cast<std::int64_t>(u))) {
-    ZEL_REFUSE("The internal value of DPT=" << DptText{dpt} << ", ivt=" << value.ivt
+    ZEL_LOG_ERROR("The internal value of DPT=" << DptText{dpt} << ", ivt=" << value.ivt
                                             << " is out of range: " << u);
+    return false;
   }
   value.SetDWord(u);
   value.ivt = ivtDWord;
@@ -648,15 +723,17 @@ std::int64_t ScaleFromRaw(const IntegerRange& r, std::int64_t raw) {
 
 bool KnxConverterInteger32BitSigned::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
                                                 KnxStack::GroupValue& group) {
-  ZEL_TRACE_ENCODE();
+  ZEL_LOG_DEBUG(EncodeTrace(dpt, value));
   if (dpt.mainNumber != 13 && value.ivt != ivtInteger) {
-    ZEL_REFUSE("Wrong DPT main number (13.x) or tav value type (ivtInteger)!");
+    ZEL_LOG_ERROR("Wrong DPT main number (13.x) or tav value type (ivtInteger)!");
+    return false;
   }
   const std::int32_t v = value.GetInteger();
   const std::int64_t raw = ScaleToRaw(m_range, v);
   if (!InFirstPair(m_range, v) || !InFirstPair(m_range, raw)) {
-    ZEL_REFUSE("The internal value of DPT=" << DptText{dpt} << ", ivt=" << value.ivt
+    ZEL_LOG_ERROR("The internal value of DPT=" << DptText{dpt} << ", ivt=" << value.ivt
                                             << " is out of range: " << v);
+    return false;
   }
   group.SetAsSigned32(static_cast<std::int32_t>(raw));
   return true;
@@ -665,14 +742,16 @@ bool KnxConverterInteger32BitSigned::ToKnxValue(const KNXDPT& dpt, const TAVVALU
 bool KnxConverterInteger32BitSigned::FromKnxValue(const KNXDPT& dpt,
                                                   const KnxStack::GroupValue& group,
                                                   TAVVALUE& value) {
-  ZEL_TRACE_DECODE();
+  ZEL_LOG_DEBUG(DecodeTrace(dpt, group));
   if (dpt.mainNumber != 13) {
-    ZEL_REFUSE("Wrong DPT main number (13.x)!");
+    ZEL_LOG_ERROR("Wrong DPT main number (13.x)!");
+    return false;
   }
   const std::int32_t raw = group.GetAsSigned32();
   const std::int64_t external = ScaleFromRaw(m_range, raw);
   if (!InFirstPair(m_range, raw) || external < INT32_MIN || external > INT32_MAX) {
-    ZEL_REFUSE("The group value of DPT=" << DptText{dpt} << " is out of range: " << raw);
+    ZEL_LOG_ERROR("The group value of DPT=" << DptText{dpt} << " is out of range: " << raw);
+    return false;
   }
   value.ivt = ivtInteger;
   value.SetInteger(static_cast<std::int32_t>(external));
@@ -684,10 +763,11 @@ bool KnxConverterInteger32BitSigned::FromKnxValue(const KNXDPT& dpt,
 
 bool KnxConverterFloat16BitFloat::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
                                              KnxStack::GroupValue& group) {
-  ZEL_TRACE_ENCODE();
+  ZEL_LOG_DEBUG(EncodeTrace(dpt, value));
   // Any one of the three conditions suffices (intended).
   if (dpt.mainNumber != 9 && value.ivt != ivtFloat && value.ivt != ivtNone) {
-    ZEL_REFUSE("Wrong DPT main number (9.x) or tav value type (ivtFloat)!");
+    ZEL_LOG_ERROR("Wrong DPT main number (9.x) or tav value type (ivtFloat)!");
+    return false;
   }
   if (value.ivt == ivtNone) {
     // The platform's encoding of "no value"; the stack writes 0x7FFF for it.
@@ -696,8 +776,9 @@ bool KnxConverterFloat16BitFloat::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& 
   }
   const double f = value.GetDouble();
   if (!InFirstPair(m_range, f)) {  // a NaN fails here too
-    ZEL_REFUSE("The internal value of DPT=" << DptText{dpt} << ", f=" << f
+    ZEL_LOG_ERROR("The internal value of DPT=" << DptText{dpt} << ", f=" << f
                                             << " is out of the allowed range.");
+    return false;
   }
   group.SetAsFloat16(f);
   return true;
@@ -706,7 +787,7 @@ bool KnxConverterFloat16BitFloat::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& 
 bool KnxConverterFloat16BitFloat::FromKnxValue(const KNXDPT& dpt,
                                                const KnxStack::GroupValue& group,
                                                TAVVALUE& value) {
-  ZEL_TRACE_DECODE();
+  ZEL_LOG_DEBUG(DecodeTrace(dpt, group));
   if (group.GetAsUnsigned16() == 0x7FFF) {  // KNX invalid data: no value
     value.ivt = ivtNone;
     return true;
@@ -716,17 +797,19 @@ bool KnxConverterFloat16BitFloat::FromKnxValue(const KNXDPT& dpt,
   const double f = group.GetAsFloat16();
   value.SetDouble(f);
   if (!InFirstPair(m_range, f)) {
-    ZEL_REFUSE("The internal value of DPT=" << DptText{dpt} << ", f=" << f
+    ZEL_LOG_ERROR("The internal value of DPT=" << DptText{dpt} << ", f=" << f
                                             << " is out of the allowed range.");
+    return false;
   }
   return true;
 }
 
 bool KnxConverterFloat32BitFloat::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
                                              KnxStack::GroupValue& group) {
-  ZEL_TRACE_ENCODE();
+  ZEL_LOG_DEBUG(EncodeTrace(dpt, value));
   if (dpt.mainNumber != 14 && value.ivt != ivtFloat && value.ivt != ivtNone) {
-    ZEL_REFUSE("Wrong DPT main number (14.x) or tav value type (ivtFloat)!");
+    ZEL_LOG_ERROR("Wrong DPT main number (14.x) or tav value type (ivtFloat)!");
+    return false;
   }
   if (value.ivt == ivtNone) {
     group.SetAsFloat32(std::numeric_limits<float>::quiet_NaN());  // 0x7FC00000: no value
@@ -740,9 +823,10 @@ bool KnxConverterFloat32BitFloat::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& 
 bool KnxConverterFloat32BitFloat::FromKnxValue(const KNXDPT& dpt,
                                                const KnxStack::GroupValue& group,
                                                TAVVALUE& value) {
-  ZEL_TRACE_DECODE();
+  ZEL_LOG_DEBUG(DecodeTrace(dpt, group));
   if (dpt.mainNumber != 14) {
-    ZEL_REFUSE("Wrong DPT main number (14.x)!");
+    ZEL_LOG_ERROR("Wrong DPT main number (14.x)!");
+    return false;
   }
   const double f = group.GetAsFloat32();
   value.SetDouble(f);
@@ -757,14 +841,16 @@ bool KnxConverterFloat32BitFloat::FromKnxValue(const KNXDPT& dpt,
 
 bool KnxConverterSceneNumber::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
                                          KnxStack::GroupValue& group) {
-  ZEL_TRACE_ENCODE();
+  ZEL_LOG_DEBUG(EncodeTrace(dpt, value));
   // Any one of the three conditions suffices (intended).
   if (dpt.mainNumber != 17 && dpt.subNumber != 1 && value.ivt != ivtByte) {
-    ZEL_REFUSE("Wrong DPT main number (17.001) or tav value type (ivtByte)!");
+    ZEL_LOG_ERROR("Wrong DPT main number (17.001) or tav value type (ivtByte)!");
+    return false;
   }
   const std::int32_t n = value.GetInteger();
   if (!InFirstPair(m_range, n)) {
-    ZEL_REFUSE("Scene number is out of range (>63) for SceneNumber: " << n);
+    ZEL_LOG_ERROR("Scene number is out of range (>63) for SceneNumber: " << n);
+    return false;
   }
   group.SetAsUnsigned8(static_cast<std::uint8_t>(n));
   return true;
@@ -772,14 +858,16 @@ bool KnxConverterSceneNumber::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& valu
 
 bool KnxConverterSceneNumber::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
                                            TAVVALUE& value) {
-  ZEL_TRACE_DECODE();
+  ZEL_LOG_DEBUG(DecodeTrace(dpt, group));
   if (dpt.mainNumber != 17 && dpt.subNumber != 1) {
-    ZEL_REFUSE("Wrong DPT main number (17.001)!");
+    ZEL_LOG_ERROR("Wrong DPT main number (17.001)!");
+    return false;
   }
   const std::int32_t n = group.GetAsUnsigned8();
   value.SetInteger(n);  // stored before the range test: a refused number stays
   if (!InFirstPair(m_range, n)) {
-    ZEL_REFUSE("Scene number is out of range (>63) for SceneNumber: " << n);
+    ZEL_LOG_ERROR("Scene number is out of range (>63) for SceneNumber: " << n);
+    return false;
   }
   value.ivt = ivtByte;
   return true;
@@ -787,14 +875,16 @@ bool KnxConverterSceneNumber::FromKnxValue(const KNXDPT& dpt, const KnxStack::Gr
 
 bool KnxConverterSceneControl::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
                                           KnxStack::GroupValue& group) {
-  ZEL_TRACE_ENCODE();
+  ZEL_LOG_DEBUG(EncodeTrace(dpt, value));
   // All three conditions, unlike the other converters (intended).
   if (dpt.mainNumber != 18 || dpt.subNumber != 1 || value.ivt != ivtByte) {
-    ZEL_REFUSE("Wrong DPT for Scene number (18.001) or tav value type (ivtByte).");
+    ZEL_LOG_ERROR("Wrong DPT for Scene number (18.001) or tav value type (ivtByte).");
+    return false;
   }
   const std::uint8_t b = value.GetByte();
   if ((b & 0x40u) != 0) {
-    ZEL_REFUSE("Scene number is out of range (>63) for SceneControl: " << (b & 0x7Fu));
+    ZEL_LOG_ERROR("Scene number is out of range (>63) for SceneControl: " << (b & 0x7Fu));
+    return false;
   }
   group.SetAsUnsigned8(b);  // bit 7, the learn bit, passes through
   return true;
@@ -802,12 +892,14 @@ bool KnxConverterSceneControl::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& val
 
 bool KnxConverterSceneControl::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
                                             TAVVALUE& value) {
-  ZEL_TRACE_DECODE();
+  ZEL_LOG_DEBUG(DecodeTrace(dpt, group));
   if (dpt.mainNumber != 18 || dpt.subNumber != 1) {
-    ZEL_REFUSE("Wrong DPT for Scene number, only 18.001 is valid.");
+    ZEL_LOG_ERROR("Wrong DPT for Scene number, only 18.001 is valid.");
+    return false;
   }
   if ((group.GetAsUnsigned8() & 0x40u) != 0) {
-    ZEL_REFUSE("Reserved bit is used for scene number in DPT scene control!");
+    ZEL_LOG_ERROR("Reserved bit is used for scene number in DPT scene control!");
+    return false;
   }
   value.SetByte(group.GetAsUnsigned8());  // value type left to the caller
   return true;
@@ -815,12 +907,14 @@ bool KnxConverterSceneControl::FromKnxValue(const KNXDPT& dpt, const KnxStack::G
 
 bool KnxConverterSceneInfo::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
                                        KnxStack::GroupValue& group) {
-  ZEL_TRACE_ENCODE();
+  ZEL_LOG_DEBUG(EncodeTrace(dpt, value));
   if (dpt.mainNumber != 26 || dpt.subNumber != 1 || value.ivt != ivtByte) {
-    ZEL_REFUSE("Wrong DPT for Scene number (26.001) or tav value type (ivtByte).");
+    ZEL_LOG_ERROR("Wrong DPT for Scene number (26.001) or tav value type (ivtByte).");
+    return false;
   }
   if ((value.GetByte() & 0x80u) != 0) {
-    ZEL_REFUSE("Reserved bit 8 is set for SceneInfo; skipped.");
+    ZEL_LOG_ERROR("Reserved bit 8 is set for SceneInfo; skipped.");
+    return false;
   }
   group.SetAsUnsigned8(value.GetByte());
   return true;
@@ -828,14 +922,16 @@ bool KnxConverterSceneInfo::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
 
 bool KnxConverterSceneInfo::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
                                          TAVVALUE& value) {
-  ZEL_TRACE_DECODE();
+  ZEL_LOG_DEBUG(DecodeTrace(dpt, group));
   if (dpt.mainNumber != 26 || dpt.subNumber != 1) {
-    ZEL_REFUSE("Wrong DPT for Scene number, only 26.001 is valid.");
+    ZEL_LOG_ERROR("Wrong DPT for Scene number, only 26.001 is valid.");
+    return false;
   }
   const std::uint8_t octet = group.GetAsUnsigned8();
   if ((octet & 0x80u) != 0) {
     // The scene-control text is reused here (intended).
-    ZEL_REFUSE("Reserved bit is used for scene number in DPT scene control!");
+    ZEL_LOG_ERROR("Reserved bit is used for scene number in DPT scene control!");
+    return false;
   }
   value.SetByte(octet);  // value type left to the caller
   return true;
@@ -845,42 +941,61 @@ bool KnxConverterSceneInfo::FromKnxValue(const KNXDPT& dpt, const KnxStack::Grou
 // Time of day, date, date and time
 
 namespace {
+
 std::uint8_t Octet(const KnxStack::GroupValue& group, std::size_t index) {
   return group.GetRawData().GetUInt8Value(index);
 }
+
+// "Cannot convert invalid date and time: year=... second=..."
+struct InvalidDateTime {
+  InvalidDateTime(std::int64_t y, unsigned mo, unsigned d, unsigned h, unsigned mi, unsigned s)
+      : year(y), month(mo), day(d), hour(h), minute(mi), second(s) {}
+  std::int64_t year;
+  unsigned month, day, hour, minute, second;
+};
+std::ostream& operator<<(std::ostream& os, const InvalidDateTime& t) {
+  return os << "Cannot convert invalid date and time: year=" << t.year << ", month=" << t.month
+            << ", day=" << t.day << ", hour=" << t.hour << ", minute=" << t.minute
+            << ", second=" << t.second;
+}
+
 }  // namespace
 
 bool KnxConverterTimeOfDay::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
                                        KnxStack::GroupValue& group) {
-  ZEL_TRACE_ENCODE();
+  ZEL_LOG_DEBUG(EncodeTrace(dpt, value));
   // Any one of the three conditions suffices (intended).
   if (dpt.mainNumber != 10 && dpt.subNumber != 1 && value.ivt != ivtDayTime) {
-    ZEL_REFUSE("Wrong DPT main number (10.001) or tav value type (ivtDayTime)!");
+    ZEL_LOG_ERROR("Wrong DPT main number (10.001) or tav value type (ivtDayTime)!");
+    return false;
   }
   const boost::optional<ZelApp::TimeOfDay> time = ZelApp::FromTavTime(value.GetTime());
   if (!time) {
-    ZEL_REFUSE("No valid TimeOfDay (10.001)!");
+    ZEL_LOG_ERROR("No valid TimeOfDay (10.001)!");
+    return false;
   }
-  group.SetAsTimeOfDay(time->GetHour(), time->GetMinute(), time->GetSecond(),
-                       static_cast<KnxStack::GroupValue::DayOfWeek>(time->GetWeekday()));
+  Layout::WriteTimeOfDay(*time, group);
   return true;
 }
 
 bool KnxConverterTimeOfDay::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
                                          TAVVALUE& value) {
-  ZEL_TRACE_DECODE();
+  ZEL_LOG_DEBUG(DecodeTrace(dpt, group));
   if (dpt.mainNumber != 10) {
-    ZEL_REFUSE("Wrong DPT main number (10.001)!");
+    ZEL_LOG_ERROR("Wrong DPT main number (10.001)!");
+    return false;
   }
   if ((Octet(group, 1) & 0xC0u) != 0 || (Octet(group, 2) & 0xC0u) != 0) {
-    ZEL_REFUSE("No valid TimeOfDay datagram, reserved fields are not zero!");
+    ZEL_LOG_ERROR("No valid TimeOfDay datagram, reserved fields are not zero!");
+    return false;
   }
   int hour = 0;
   int minute = 0;
   int second = 0;
   KnxStack::GroupValue::DayOfWeek day = KnxStack::GroupValue::NoDay;
   if (!group.GetAsTimeOfDay(&hour, &minute, &second, &day)) {
-    ZEL_REFUSE("No valid TimeOfDay (10.001)!");
+    ZEL_LOG_ERROR("No valid TimeOfDay (10.001)!");
+    return false;
   }
   // The value type stays as the caller prepared it from the DPT table; the
   // weekday goes into the time's weekday mask.
@@ -896,20 +1011,23 @@ bool KnxConverterTimeOfDay::FromKnxValue(const KNXDPT& dpt, const KnxStack::Grou
 
 bool KnxConverterDate::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
                                   KnxStack::GroupValue& group) {
-  ZEL_TRACE_ENCODE();
+  ZEL_LOG_DEBUG(EncodeTrace(dpt, value));
   // Any one of the three conditions suffices, and the refusal deliberately
   // shares the time-of-day converter's text.
   if (dpt.mainNumber != 11 && dpt.subNumber != 1 && value.ivt != ivtDate) {
-    ZEL_REFUSE("Wrong DPT main number (10.001) or tav value type (ivtDayTime)!");
+    ZEL_LOG_ERROR("Wrong DPT main number (10.001) or tav value type (ivtDayTime)!");
+    return false;
   }
   const TAVTIME& t = value.GetTime();
   if (!TAVTIME::IsValidDate(t.year, t.month, t.day)) {
-    ZEL_REFUSE("Cannot convert invalid date: year=" << t.year << ", month=" << Number(t.month)
-                                                    << ", day=" << Number(t.day));
+    ZEL_LOG_ERROR("Cannot convert invalid date: year=" << t.year << ", month=" << Number(t.month)
+                                                       << ", day=" << Number(t.day));
+    return false;
   }
   if (t.year < 1990 || t.year > 2089) {
-    ZEL_REFUSE("Cannot convert the date outside of the range [1990...2089]: year="
-               << t.year << ", month=" << Number(t.month) << ", day=" << Number(t.day));
+    ZEL_LOG_ERROR("Cannot convert the date outside of the range [1990...2089]: year="
+                  << t.year << ", month=" << Number(t.month) << ", day=" << Number(t.day));
+    return false;
   }
   group.SetAsDate(t.day, t.month, t.year);
   return true;
@@ -917,145 +1035,123 @@ bool KnxConverterDate::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
 
 bool KnxConverterDate::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
                                     TAVVALUE& value) {
-  ZEL_TRACE_DECODE();
+  ZEL_LOG_DEBUG(DecodeTrace(dpt, group));
   if (dpt.mainNumber != 11) {
-    ZEL_REFUSE("Wrong DPT main number (11.001)!");
+    ZEL_LOG_ERROR("Wrong DPT main number (11.001)!");
+    return false;
   }
   if ((Octet(group, 0) & 0xE0u) != 0 || (Octet(group, 1) & 0xF0u) != 0 ||
       (Octet(group, 2) & 0x80u) != 0) {
-    ZEL_REFUSE("No valid Date datagram, reserved fields are not zero!");
+    ZEL_LOG_ERROR("No valid Date datagram, reserved fields are not zero!");
+    return false;
   }
   int day = 0;
   int month = 0;
   int year = 0;
   group.GetAsDate(&day, &month, &year);
   if (Octet(group, 2) > 99) {
-    ZEL_REFUSE("Cannot convert the date outside of the range [1990...2089]: year="
-               << year << ", month=" << month << ", day=" << day);
+    ZEL_LOG_ERROR("Cannot convert the date outside of the range [1990...2089]: year="
+                  << year << ", month=" << month << ", day=" << day);
+    return false;
+  }
+  try {
+    // The calendar's own error names what is wrong.
+    Layout::CheckCalendarDate(year, static_cast<unsigned>(month), static_cast<unsigned>(day));
+  } catch (const std::exception& e) {
+    ZEL_LOG_ERROR("Exception caught during conversion of date:" << e.what());
+    return false;
   }
   TAVTIME time;
-  try {
-    // The calendar check of Boost.Date_Time names what is wrong.
-    const boost::gregorian::date date(static_cast<unsigned short>(year),
-                                      static_cast<unsigned short>(month),
-                                      static_cast<unsigned short>(day));
-    time.SetDate(static_cast<std::uint16_t>(date.year()), static_cast<std::uint8_t>(month),
-                 static_cast<std::uint8_t>(day), false);
-  } catch (const std::exception& e) {
-    ZEL_REFUSE("Exception caught during conversion of date:" << e.what());
-  }
+  time.SetDate(static_cast<std::uint16_t>(year), static_cast<std::uint8_t>(month),
+               static_cast<std::uint8_t>(day), false);
   value.ivt = ivtDate;
   value.SetTime(time);
   return true;
 }
 
-// DPT 19.001, eight octets: year - 1900; month; day; weekday (bits 7..5) and
-// hour; minute; second; flags F WD NWD NY ND NDoW NT SUTI (bits 7..0); clock
-// quality. What this converter does with the flags:
+// DPT 19.001, eight octets (see Layout::DateTimeFields). What this converter
+// does with the flags:
 // - Encoding writes NWD (working day unknown: the platform does not keep
 //   it), NDoW when the time's weekday mask is not exactly one day, SUTI
 //   from the daylight-saving flag, and a zero clock-quality octet.
 // - Decoding refuses a value with F (fault) set, and one with NY, ND or NT
 //   set (TAVTIME cannot say that a part is missing); it takes the weekday
 //   unless NDoW is set, and daylight saving from SUTI. WD/NWD and the
-//   clock-quality octet are not kept.
-namespace {
-constexpr std::uint8_t kFault = 0x80;
-constexpr std::uint8_t kNoWorkingDay = 0x20;
-constexpr std::uint8_t kNoYear = 0x10;
-constexpr std::uint8_t kNoDate = 0x08;
-constexpr std::uint8_t kNoDayOfWeek = 0x04;
-constexpr std::uint8_t kNoTime = 0x02;
-constexpr std::uint8_t kSummerTime = 0x01;
-}  // namespace
-
-#define ZEL_DATE_TIME_PIECES(year, month, day, hour, minute, second)                      \
-  "Cannot convert invalid date and time: year="                                          \
-      << (year) << ", month=" << (month) << ", day=" << (day) << ", hour=" << (hour)     \
-      << ", minute=" << (minute) << ", second=" << (second)
+//   clock-quality octet are not kept. 24:00:00, the standard's end of the
+//   day, is midnight at the start of the next day (and its weekday), which
+//   is how the platform holds it.
 
 bool KnxConverterDateTime::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
                                       KnxStack::GroupValue& group) {
-  ZEL_TRACE_ENCODE();
+  ZEL_LOG_DEBUG(EncodeTrace(dpt, value));
   if (dpt.mainNumber != 19 && value.ivt != ivtDateTime) {
-    ZEL_REFUSE("Wrong DPT main number (19.001) or tav value type (ivtDateTime)!");
+    ZEL_LOG_ERROR("Wrong DPT main number (19.001) or tav value type (ivtDateTime)!");
+    return false;
   }
   const TAVTIME& t = value.GetTime();
   if (!TAVTIME::IsValidDate(t.year, t.month, t.day) ||
       !TAVTIME::IsValidTime(t.hour, t.minute, t.second) || t.year < 1900 || t.year > 2155) {
-    ZEL_REFUSE(ZEL_DATE_TIME_PIECES(t.year, Number(t.month), Number(t.day), Number(t.hour),
-                                    Number(t.minute), Number(t.second)));
+    ZEL_LOG_ERROR(InvalidDateTime(t.year, t.month, t.day, t.hour, t.minute, t.second));
+    return false;
   }
-  const ZelApp::DayOfWeek day = ZelApp::FromTavTime(t) ? ZelApp::FromTavTime(t)->GetWeekday()
-                                                       : ZelApp::NoDay;
-  std::uint8_t flags = kNoWorkingDay;
+  const boost::optional<ZelApp::TimeOfDay> timeOfDay = ZelApp::FromTavTime(t);
+  const ZelApp::DayOfWeek day = timeOfDay ? timeOfDay->GetWeekday() : ZelApp::NoDay;
+  std::uint8_t flags = Layout::kDateTimeNoWorkingDay;
   if (day == ZelApp::NoDay) {
-    flags |= kNoDayOfWeek;
+    flags |= Layout::kDateTimeNoDayOfWeek;
   }
   if (t.dst) {
-    flags |= kSummerTime;
+    flags |= Layout::kDateTimeSummerTime;
   }
-  const std::uint8_t octets[8] = {static_cast<std::uint8_t>(t.year - 1900),
-                                  t.month,
-                                  t.day,
-                                  static_cast<std::uint8_t>((day << 5) | t.hour),
-                                  t.minute,
-                                  t.second,
-                                  flags,
-                                  0};
-  group = KnxStack::GroupValue(KnxStack::BinaryData(octets, sizeof octets), 64);
+  group = Layout::WriteDateTime({t.year, t.month, t.day, static_cast<unsigned>(day), t.hour,
+                                 t.minute, t.second, flags});
   return true;
 }
 
 bool KnxConverterDateTime::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
                                         TAVVALUE& value) {
-  ZEL_TRACE_DECODE();
+  ZEL_LOG_DEBUG(DecodeTrace(dpt, group));
   if (dpt.mainNumber != 19) {
-    ZEL_REFUSE("Wrong DPT main number (19.001)!");
+    ZEL_LOG_ERROR("Wrong DPT main number (19.001)!");
+    return false;
   }
-  const unsigned year = 1900u + Octet(group, 0);
-  const unsigned month = Octet(group, 1) & 0x0Fu;
-  const unsigned day = Octet(group, 2) & 0x1Fu;
-  unsigned weekday = Octet(group, 3) >> 5;
-  unsigned hour = Octet(group, 3) & 0x1Fu;
-  const unsigned minute = Octet(group, 4) & 0x3Fu;
-  const unsigned second = Octet(group, 5) & 0x3Fu;
-  const std::uint8_t flags = Octet(group, 6);
-  // 24:00:00 is the standard's end of the day: midnight at the start of the
-  // next day (and its weekday), which is how the platform holds it.
-  const bool endOfDay = hour == 24 && minute == 0 && second == 0;
-  if ((flags & (kFault | kNoYear | kNoDate | kNoTime)) != 0 ||
-      (!endOfDay &&
-       !TAVTIME::IsValidTime(static_cast<std::uint8_t>(hour), static_cast<std::uint8_t>(minute),
-                             static_cast<std::uint8_t>(second)))) {
-    ZEL_REFUSE(ZEL_DATE_TIME_PIECES(year, month, day, hour, minute, second));
+  Layout::DateTimeFields f = Layout::ReadDateTime(group);
+  const bool endOfDay = f.hour == 24 && f.minute == 0 && f.second == 0;
+  constexpr std::uint8_t kRefusedFlags = Layout::kDateTimeFault | Layout::kDateTimeNoYear |
+                                         Layout::kDateTimeNoDate | Layout::kDateTimeNoTime;
+  if ((f.flags & kRefusedFlags) != 0 ||
+      (!endOfDay && !TAVTIME::IsValidTime(static_cast<std::uint8_t>(f.hour),
+                                          static_cast<std::uint8_t>(f.minute),
+                                          static_cast<std::uint8_t>(f.second)))) {
+    ZEL_LOG_ERROR(InvalidDateTime(f.year, f.month, f.day, f.hour, f.minute, f.second));
+    return false;
+  }
+  try {
+    Layout::CheckCalendarDate(f.year, f.month, f.day);
+  } catch (const std::exception& e) {
+    ZEL_LOG_ERROR("Exception caught during conversion of date and time:" << e.what());
+    return false;
+  }
+  if (endOfDay) {
+    const Layout::CivilDate next = Layout::CivilFromDays(Layout::DaysFromCivil(f.year, f.month, f.day) + 1);
+    f.year = next.year;
+    f.month = next.month;
+    f.day = next.day;
+    f.hour = 0;
+    f.weekday = f.weekday == 0 ? 0 : f.weekday % 7 + 1;
   }
   TAVTIME time;
-  try {
-    boost::gregorian::date date(static_cast<unsigned short>(year),
-                                static_cast<unsigned short>(month),
-                                static_cast<unsigned short>(day));
-    if (endOfDay) {
-      date += boost::gregorian::days(1);
-      hour = 0;
-      weekday = weekday == 0 ? 0 : weekday % 7 + 1;
-    }
-    time.SetDateTime(static_cast<std::uint16_t>(date.year()),
-                     static_cast<std::uint8_t>(date.month().as_number()),
-                     static_cast<std::uint8_t>(date.day()), static_cast<std::uint8_t>(hour),
-                     static_cast<std::uint8_t>(minute), static_cast<std::uint8_t>(second), false);
-  } catch (const std::exception& e) {
-    ZEL_REFUSE("Exception caught during conversion of date and time:" << e.what());
-  }
-  time.weekDays = (flags & kNoDayOfWeek) != 0
+  time.SetDateTime(static_cast<std::uint16_t>(f.year), static_cast<std::uint8_t>(f.month),
+                   static_cast<std::uint8_t>(f.day), static_cast<std::uint8_t>(f.hour),
+                   static_cast<std::uint8_t>(f.minute), static_cast<std::uint8_t>(f.second), false);
+  time.weekDays = (f.flags & Layout::kDateTimeNoDayOfWeek) != 0
                       ? 0u
-                      : ZelApp::ToTavWeekday(static_cast<ZelApp::DayOfWeek>(weekday));
-  time.dst = (flags & kSummerTime) != 0;
+                      : ZelApp::ToTavWeekday(static_cast<ZelApp::DayOfWeek>(f.weekday));
+  time.dst = (f.flags & Layout::kDateTimeSummerTime) != 0;
   value.ivt = ivtDateTime;
   value.SetTime(time);
   return true;
 }
-
 
 // ---------------------------------------------------------------------------
 // Construction and Clone: a member-wise copy.

@@ -1,11 +1,11 @@
 #include "Zel/KnxOmbMapping.h"
 
+#include "DptCatalogue.h"
 #include "NumericCast.h"
 #include "Zel/TavValueHelper.h"
 
 #include "ZelLog/Logging.h"
 
-#include <boost/unordered_map.hpp>
 
 #include <functional>
 #include <initializer_list>
@@ -78,13 +78,6 @@ boost::optional<ParameterType> ParameterType32(Id id, LogicalDeviceId ld) {
   return static_cast<ParameterType>(r / kParameterTypeSpan);
 }
 
-// One row of the main-number table.
-struct MainRow {
-  TavValueType type;
-  TavDP::TavValueSubType subType;
-  std::function<TAVVALUE(TavValueType)> createDefault;
-};
-
 // Zero of the type that T stands for; ToTavValue asserts that it is the
 // row's type.
 template <class T>
@@ -105,62 +98,42 @@ TAVVALUE CreateDefaultValueTime(TavValueType ivt) {
   return value;
 }
 
-using MainTable = boost::unordered_map<std::uint32_t, MainRow>;
+using Creator = TAVVALUE (*)(TavValueType);
 
-// Each row's creator makes a value of the row's own type (a zero, an empty
-// string, a cleared time, or the empty value for the empty-type rows), so
-// that every default agrees with the type the row announces. The subtypes
-// say how a row's value is to be read where one of the platform's subtypes
-// describes the whole main number: 1 switch, 9 KNX 2-octet float, 17 scene
-// number. Others are generic: 3 and 18 keep the raw octet (control bit and
-// step or scene), 6 is a byte of which only 6.020 is a status, and 16 holds
-// UTF-8 whichever character set the sub number names.
-MainTable BuildMainTable() {
-  using namespace TavDP;
-  MainTable table;
-  const auto add = [&table](std::initializer_list<std::uint32_t> mains, TavValueType type,
-                            TavValueSubType subType, TAVVALUE (*create)(TavValueType)) {
-    for (const std::uint32_t main : mains) {
-      table.emplace(main, MainRow{type, subType, create});
-    }
-  };
-  add({1}, ivtBool, vstSwitch, &CreateDefaultValueZero<bool>);
-  add({2, 3, 5, 6, 18, 20, 21, 23, 25, 26, 31, 238}, ivtByte, vstGeneric,
-      &CreateDefaultValueZero<unsigned char>);
-  add({17}, ivtByte, vstSceneNumber, &CreateDefaultValueZero<unsigned char>);
-  // Rows with the empty type (intended): both conversion directions refuse them.
-  add({4, 29, 219, 222, 229, 230}, ivtEmpty, vstGeneric, &KnxOmbMapping::CreateDefaultValueEmpty);
-  add({7, 22, 200, 201, 202, 217, 234, 237}, ivtWord, vstGeneric,
-      &CreateDefaultValueZero<unsigned short>);
-  add({8, 13}, ivtInteger, vstGeneric, &CreateDefaultValueZero<long>);
-  add({9}, ivtFloat, vstKnxFloat, &CreateDefaultValueZero<double>);
-  add({14}, ivtFloat, vstGeneric, &CreateDefaultValueZero<double>);
-  add({10}, ivtDayTime, vstGeneric, &CreateDefaultValueTime);
-  add({11}, ivtDate, vstGeneric, &CreateDefaultValueTime);
-  add({12, 15, 27, 30, 232}, ivtDWord, vstGeneric, &CreateDefaultValueZero<unsigned long>);
-  add({16, 24, 28}, ivtString, vstGeneric, &CreateDefaultValueEmptyString);
-  add({19}, ivtDateTime, vstGeneric, &CreateDefaultValueTime);
-  return table;
-}
-
-// Built on first use (thread-safe) and never changed afterwards, so that it
-// is read without locking and no other static initialiser can see it unbuilt.
-const MainTable& Mains() {
-  static const MainTable table = BuildMainTable();
-  return table;
-}
-
-const MainRow* FindMain(unsigned long mainNumber) {
-  const boost::optional<Id> main32 = Narrow32(mainNumber);
-  if (!main32) {
-    return nullptr;
+// The creator of a row's default value: one of the row's own type, so that
+// every default agrees with the type the row announces.
+Creator CreatorOf(const Catalogue::MainRow& row) {
+  switch (row.defaultValue) {
+    case Catalogue::DefaultValue::None:
+      return nullptr;
+    case Catalogue::DefaultValue::Empty:
+      return &KnxOmbMapping::CreateDefaultValueEmpty;
+    case Catalogue::DefaultValue::EmptyText:
+      return &CreateDefaultValueEmptyString;
+    case Catalogue::DefaultValue::NoDate:
+      return &CreateDefaultValueTime;
+    case Catalogue::DefaultValue::Zero:
+      switch (row.modelType) {
+        case ivtBool: return &CreateDefaultValueZero<bool>;
+        case ivtByte: return &CreateDefaultValueZero<unsigned char>;
+        case ivtWord: return &CreateDefaultValueZero<unsigned short>;
+        case ivtInteger: return &CreateDefaultValueZero<long>;
+        case ivtFloat: return &CreateDefaultValueZero<double>;
+        case ivtDWord: return &CreateDefaultValueZero<unsigned long>;
+        default: return nullptr;
+      }
   }
-  const MainTable& table = Mains();
-  const auto it = table.find(*main32);
-  return it == table.end() ? nullptr : &it->second;
+  return nullptr;
 }
 
-constexpr std::uint32_t kDpt6020 = (6u << 16) | 20u;  // 393236
+// The object model's row of a main number (from the DPT catalogue), or null.
+// The catalogue is constant, so this is read without locking.
+const Catalogue::MainRow* FindMain(unsigned long mainNumber) {
+  const Catalogue::MainRow& row = Catalogue::Main(mainNumber);
+  return row.defaultValue == Catalogue::DefaultValue::None ? nullptr : &row;
+}
+
+constexpr Id kDpt6020 = (6u << 16) | 20u;  // 393236
 
 }  // namespace
 
@@ -344,31 +317,35 @@ boost::optional<LogicalDeviceId> KnxOmbMapping::GetLogicalDeviceIdFromObject(Obj
 }
 
 std::string KnxOmbMapping::GetIvtFromMainType(unsigned long mainNumber) {
-  const MainRow* row = FindMain(mainNumber);
-  return row ? TAVVALUE::GetNameFromValueType(row->type) : "Empty";
+  const Catalogue::MainRow* row = FindMain(mainNumber);
+  return row ? TAVVALUE::GetNameFromValueType(row->modelType) : "Empty";
 }
 
 TavValueType KnxOmbMapping::GetIvtFromDpt(unsigned int dptCode) {
-  const MainRow* row = FindMain(dptCode >> 16);
-  return row ? row->type : ivtEmpty;
+  const Catalogue::MainRow* row = FindMain(dptCode >> 16);
+  return row ? row->modelType : ivtEmpty;
 }
 
 std::string KnxOmbMapping::GetIstFromMainType(unsigned long mainNumber) {
-  const MainRow* row = FindMain(mainNumber);
-  return row ? TavDP::GetNameFromValueSubType(row->subType) : "Generic";
+  const Catalogue::MainRow* row = FindMain(mainNumber);
+  return row ? TavDP::GetNameFromValueSubType(row->modelSubType) : "Generic";
 }
 
 std::string KnxOmbMapping::GetDefaultValueFromDpt(unsigned long dptCode, bool internalFormat) {
-  const MainRow* row = FindMain(dptCode >> 16);
+  const Catalogue::MainRow* row = FindMain(dptCode >> 16);
   if (!row) {
     return std::string();
   }
   TAVVALUE value;
   if (dptCode == kDpt6020) {
     // The status byte's default is 1, not the row's (intended).
-    value = ToTavValue<unsigned char>(1, row->type);
+    value = ToTavValue<unsigned char>(1, row->modelType);
   } else {
-    value = row->createDefault(row->type);  // std::bad_function_call without a creator
+    const Creator create = CreatorOf(*row);
+    if (create == nullptr) {
+      throw std::bad_function_call();  // a row without a creator
+    }
+    value = create(row->modelType);
   }
   std::string text;
   value.Serialize(text, internalFormat);

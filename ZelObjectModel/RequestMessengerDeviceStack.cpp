@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include "ZelLog/Logging.h"
+#include "Zel/Log.h"
 
 #define ZEL_LOG_SOURCE "ZelObjectModel/RequestMessengerDeviceStack"
 

@@ -1,5 +1,7 @@
 #include "Zel/TavValueHelper.h"
 
+#include "TimeValue.h"
+
 #include "Zel/TimeOfDay.h"
 
 #include "ZelKnxHelper/KnxStrings.h"
@@ -49,11 +51,8 @@ TAVVALUE ToTavValue(const ZelApp::TimeOfDay& time, TavValueType expectedType) {
   return TimeValue(fields, expectedType);
 }
 
-TAVVALUE ToTavValue(const boost::posix_time::ptime& time, TavValueType expectedType) {
-  const std::tm tm = boost::posix_time::to_tm(time);
-  const auto year = static_cast<std::uint16_t>(tm.tm_year + 1900);
-  const auto month = static_cast<std::uint8_t>(tm.tm_mon + 1);
-  const auto day = static_cast<std::uint8_t>(tm.tm_mday);
+TAVVALUE TimeValueOf(std::uint16_t year, std::uint8_t month, std::uint8_t day, std::uint8_t hour,
+                     std::uint8_t minute, std::uint8_t second, TavValueType expectedType) {
   TAVTIME fields;
   bool set = false;
   TavValueType produced = ivtDayTime;
@@ -66,9 +65,7 @@ TAVVALUE ToTavValue(const boost::posix_time::ptime& time, TavValueType expectedT
     if (expectedType == ivtDateTime) {
       produced = ivtDateTime;
     }
-    set = fields.SetDateTime(year, month, day, static_cast<std::uint8_t>(tm.tm_hour),
-                             static_cast<std::uint8_t>(tm.tm_min),
-                             static_cast<std::uint8_t>(tm.tm_sec), false);
+    set = fields.SetDateTime(year, month, day, hour, minute, second, false);
   }
   // A ptime that is not special always has a date of years 1400..9999.
   ZEL_ASSERT(set);
@@ -77,12 +74,25 @@ TAVVALUE ToTavValue(const boost::posix_time::ptime& time, TavValueType expectedT
   return result;
 }
 
-TAVVALUE ToTavValue(const std::string& value, TavValueType expectedType) {
+TAVVALUE ToTavValue(const boost::posix_time::ptime& time, TavValueType expectedType) {
+  const std::tm tm = boost::posix_time::to_tm(time);
+  return TimeValueOf(static_cast<std::uint16_t>(tm.tm_year + 1900),
+                     static_cast<std::uint8_t>(tm.tm_mon + 1), static_cast<std::uint8_t>(tm.tm_mday),
+                     static_cast<std::uint8_t>(tm.tm_hour), static_cast<std::uint8_t>(tm.tm_min),
+                     static_cast<std::uint8_t>(tm.tm_sec), expectedType);
+}
+
+TAVVALUE StringValueOf(std::string&& value, TavValueType expectedType) {
+  ZEL_ASSERT(utf8::is_valid(value.begin(), value.end()));
   TAVVALUE result;
   result.ivt = ivtString;
-  result.SetString(UTF8String(value).str());  // asserts valid UTF-8
+  result.SetString(std::move(value));
   ZEL_ASSERT(result.ivt == expectedType);
   return result;
+}
+
+TAVVALUE ToTavValue(const std::string& value, TavValueType expectedType) {
+  return StringValueOf(std::string(value), expectedType);
 }
 
 std::string RepairUTF8(std::string text) {

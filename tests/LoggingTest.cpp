@@ -5,7 +5,7 @@
 #include "Zel/BoundedInt.h"
 #include "Zel/Function.h"
 #include "Zel/Unreachable.h"
-#include "ZelLog/Logging.h"
+#include "Zel/Log.h"
 
 #include <gtest/gtest.h>
 

@@ -11,21 +11,25 @@
 // at INFO when a threshold is set and the elapsed wall time is at least the
 // threshold, at DEBUG otherwise (also when no threshold is set).
 //
-// Cost: the scope reads the monotonic clock once at its start; at its end
-// it asks the logger, as every entry does, whether the entry would be
-// written, and only then reads the clock again and builds the text. A level
-// raised while the scope runs still gets its entry. At the usual ERROR level
-// a scope costs one clock read and one or two level tests, and copies
-// nothing: the message is kept by reference.
+// Cost: whether to write is asked, as for every entry, when the scope ends,
+// so a level lowered while the scope runs still gets its entry. At its
+// start the scope reads the monotonic clock: precisely when the entry could
+// be written at that moment, otherwise the kernel's coarse monotonic clock
+// (its last tick, a few milliseconds apart, read without a system call into
+// the hardware); the end is read from the same clock. At the usual ERROR
+// level a scope so costs a few level tests and one coarse clock read, and
+// copies nothing: the message is kept by reference. An entry that only a
+// level lowered during the scope allows is timed to a tick.
 #pragma once
 
 #include "Zel/NonCopyable.h"
-#include "ZelLog/Logging.h"
+#include "Zel/Log.h"
 
 #include <boost/optional.hpp>
 #include <boost/timer/timer.hpp>
 
-#include <chrono>
+#include <cstdint>
+#include <ctime>
 #include <string>
 #include <string_view>
 
@@ -38,18 +42,17 @@ public:
   // REQUIRES: `message` outlives the scope (callers pass a literal).
   explicit MeasureDuration(std::string_view message,
                            boost::optional<boost::timer::nanosecond_type> threshold = boost::none)
-      : m_message(message), m_start(std::chrono::steady_clock::now()), m_threshold(threshold) {}
+      : m_message(message),
+        m_threshold(threshold),
+        m_precise(CouldReport()),
+        m_start(Now(m_precise)) {}
 
   ~MeasureDuration() {
-    const log4cplus::Logger& logger = GetGlobalDefaultLogger();
-    if (!logger.isEnabledFor(log4cplus::DEBUG_LOG_LEVEL) &&
-        !(m_threshold && logger.isEnabledFor(log4cplus::INFO_LOG_LEVEL))) {
+    if (!CouldReport()) {
       return;  // neither entry could be written
     }
     boost::timer::cpu_times elapsed;
-    elapsed.wall = std::chrono::duration_cast<std::chrono::nanoseconds>(
-                       std::chrono::steady_clock::now() - m_start)
-                       .count();
+    elapsed.wall = Now(m_precise) - m_start;
     elapsed.user = 0;
     elapsed.system = 0;
     const log4cplus::LogLevel level = m_threshold && elapsed.wall >= *m_threshold
@@ -60,9 +63,25 @@ public:
   }
 
 private:
+  // Whether the logger could take the entry now: at INFO with a threshold
+  // (wherever DEBUG is enabled, INFO is too), at DEBUG without one. The
+  // entry asks for its own level again when it is written.
+  bool CouldReport() const {
+    return GetGlobalDefaultLogger().isEnabledFor(m_threshold ? log4cplus::INFO_LOG_LEVEL
+                                                              : log4cplus::DEBUG_LOG_LEVEL);
+  }
+
+  // Nanoseconds on the monotonic clock, precise or coarse.
+  static boost::timer::nanosecond_type Now(bool precise) {
+    timespec now{};
+    clock_gettime(precise ? CLOCK_MONOTONIC : CLOCK_MONOTONIC_COARSE, &now);
+    return static_cast<boost::timer::nanosecond_type>(now.tv_sec) * 1000000000 + now.tv_nsec;
+  }
+
   std::string_view m_message;
-  std::chrono::steady_clock::time_point m_start;
   boost::optional<boost::timer::nanosecond_type> m_threshold;
+  bool m_precise;  // which clock m_start was read from
+  boost::timer::nanosecond_type m_start;
 };
 
 }  // namespace Zel

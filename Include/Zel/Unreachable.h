@@ -7,7 +7,7 @@
 #pragma once
 
 #include "Zel/Export.h"
-#include "ZelLog/Logging.h"
+#include "Zel/Log.h"
 
 #include <boost/optional.hpp>
 

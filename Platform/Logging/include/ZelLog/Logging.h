@@ -1,18 +1,7 @@
-// Logging of the platform: the global default logger (log4cplus), the line
-// prefix pieces, the assertion handler, and the one macro family through
-// which every entry of the library is written.
-//
-// An entry is built only when its level is enabled: the macros ask the
-// logger first, and only then stream
-//   GetLoggingContext() PrettyFunctionNamePrinter(...) " - " LoggingRecursionPadding() pieces...
-// into a string and hand it to log4cplus with the level, the source name
-// (for example "ZelObjectModel/KnxValueConverter"), the line and the full
-// function signature. A DEBUG line at the usual ERROR level costs one level
-// test and no allocation.
-//
-// A source file defines ZEL_LOG_SOURCE (its path without extension) and then
-// uses ZEL_LOG_FATAL ... ZEL_LOG_TRACE; code in headers uses ZEL_LOG_AT with
-// its own source name.
+// Logging of the platform: the global default logger (log4cplus), the pieces
+// of the line prefix, and the assertion handler with ZEL_ASSERT. The
+// library writes its entries through its own macro family (Zel/Log.h),
+// which is built on these.
 #pragma once
 
 #include <log4cplus/logger.h>
@@ -64,31 +53,6 @@ public:
                                   const char* function);
 
 }  // namespace Zel
-
-// The entry as written from `function` (short name) with the full
-// signature `signature`: for a helper that writes on behalf of the public
-// operation that called it.
-#define ZEL_LOG_AT_FUNCTION(level, source, function, signature, pieces)                         \
-  do {                                                                                          \
-    const ::log4cplus::Logger& zelLogger_ = ::Zel::GetGlobalDefaultLogger();                    \
-    if (zelLogger_.isEnabledFor(level)) {                                                       \
-      ::std::ostringstream zelLogStream_;                                                       \
-      zelLogStream_ << ::Zel::GetLoggingContext()                                               \
-                    << ::Zel::PrettyFunctionNamePrinter(function, source, __LINE__) << " - "    \
-                    << ::Zel::LoggingRecursionPadding() << pieces;                              \
-      zelLogger_.forcedLog(level, zelLogStream_.str(), source, __LINE__, signature);            \
-    }                                                                                           \
-  } while (false)
-
-#define ZEL_LOG_AT(level, source, pieces) \
-  ZEL_LOG_AT_FUNCTION(level, source, __func__, __PRETTY_FUNCTION__, pieces)
-
-#define ZEL_LOG_FATAL(pieces) ZEL_LOG_AT(::log4cplus::FATAL_LOG_LEVEL, ZEL_LOG_SOURCE, pieces)
-#define ZEL_LOG_ERROR(pieces) ZEL_LOG_AT(::log4cplus::ERROR_LOG_LEVEL, ZEL_LOG_SOURCE, pieces)
-#define ZEL_LOG_WARN(pieces) ZEL_LOG_AT(::log4cplus::WARN_LOG_LEVEL, ZEL_LOG_SOURCE, pieces)
-#define ZEL_LOG_INFO(pieces) ZEL_LOG_AT(::log4cplus::INFO_LOG_LEVEL, ZEL_LOG_SOURCE, pieces)
-#define ZEL_LOG_DEBUG(pieces) ZEL_LOG_AT(::log4cplus::DEBUG_LOG_LEVEL, ZEL_LOG_SOURCE, pieces)
-#define ZEL_LOG_TRACE(pieces) ZEL_LOG_AT(::log4cplus::TRACE_LOG_LEVEL, ZEL_LOG_SOURCE, pieces)
 
 // Assertions of programming errors; the failure text is
 // " ZEL_ASSERT(<condition>) failed" or " ZEL_ASSERT2(<condition>) failed".
