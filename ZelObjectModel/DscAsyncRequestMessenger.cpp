@@ -2,8 +2,6 @@
 
 #include <boost/chrono/duration.hpp>
 #include <boost/chrono/system_clocks.hpp>
-// Time-outs are written as Boost's stream output writes a time_duration;
-// to_simple_string writes the same text without the stream facets.
 #include <boost/date_time/posix_time/time_formatters.hpp>
 #include <boost/thread/lock_types.hpp>
 #include <cstdint>
@@ -52,6 +50,13 @@ using SteadyClock = boost::chrono::steady_clock;
 using boost::posix_time::time_duration;
 
 bool AlwaysRelevant() { return true; }
+
+// A time-out as Boost's stream output writes a time_duration
+// ("00:00:00.500000", "+infinity"); to_simple_string writes the same text
+// without the stream's facets. One copy of it, not one per request kind.
+[[gnu::noinline]] std::string TimeoutText(const time_duration& timeout) {
+  return boost::posix_time::to_simple_string(timeout);
+}
 
 // Time-outs at least this long wait without deadline: the end of such a
 // wait may not fit the timed wait's time_t, which has 32 bits on the device.
@@ -124,7 +129,7 @@ Docket DscAsyncRequestMessenger::SynchronizeRequest(const DoAsyncRequest& doAsyn
     }
     if (!docket) {
       // Intended: the time-out as the caller passed it (zero for the default).
-      ZEL_LOG_ERROR("No response received for ID '" << requestId << "' with timeout " << boost::posix_time::to_simple_string(timeout)
+      ZEL_LOG_ERROR("No response received for ID '" << requestId << "' with timeout " << TimeoutText(timeout)
                                                     << ", retrying");
       continue;
     }
@@ -173,7 +178,7 @@ bool DscAsyncRequestMessenger::WaitForAnswer(boost::unique_lock<boost::mutex>& l
     }
   }
   // Intended: "occured" is spelt as the device's log tooling expects it.
-  ZEL_LOG_WARN("Timeout (" << boost::posix_time::to_simple_string(timeout) << ") occured for request ID '" << requestId << "'");
+  ZEL_LOG_WARN("Timeout (" << TimeoutText(timeout) << ") occured for request ID '" << requestId << "'");
   return false;
 }
 

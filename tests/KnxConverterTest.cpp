@@ -398,6 +398,45 @@ TEST(Converters, DeliberateQuirksAreKept) {
   EXPECT_EQ(OctetsOf(Encode(KnxConverter8BitString(IntegerRange(0, 127, 0, 127)), Dpt(4, 1), Text("")).second), Octets{0});
 }
 
+// 14-octet text, table path: every invalid UTF-8 sequence is one "_" (as
+// utfcpp's replace_invalid counts sequences), every character above the
+// row's range one "_", the rest Latin-1; cut after 14 octets; one WARN when
+// anything in the whole text was replaced, even beyond the 14th octet.
+TEST(Converters, TextEncodingReplacesPerSequenceAndCutsAt14) {
+  const std::string umlaut = "\xC3\xA4";
+  std::string twenty;
+  for (int i = 0; i < 20; ++i) twenty += umlaut;
+  struct Case {
+    const char* label;
+    std::string text;
+    std::int32_t upper;
+    std::string octets;  // before the padding to 14
+    bool warned;
+  };
+  const Case cases[] = {
+      {"ASCII", "Hallo", 127, "Hallo", false},
+      {"invalid lead", "a\xFF" "b", 255, "a_b", true},
+      {"lone continuations", "\x80\x80x", 255, "__x", true},
+      {"cut sequence at the end", "ab\xE2\x82", 255, "ab_", true},
+      {"overlong", "\xC0\xAF!", 255, "_!", true},
+      {"surrogate", "\xED\xA0\x80z", 255, "_z", true},
+      {"euro beyond Latin-1", "1\xE2\x82\xAC", 255, "1_", true},
+      {"umlaut beyond ASCII", umlaut, 127, "_", true},
+      {"20 umlauts cut at 14", twenty, 255, std::string(14, '\xE4'), false},
+      {"replacement beyond the cut", std::string(14, 'x') + "\xFF", 255, std::string(14, 'x'), true},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.label);
+    LogCapture log(log4cplus::WARN_LOG_LEVEL);
+    const auto encoded = Encode(KnxConverter14ByteString(IntegerRange(0, c.upper, 0, c.upper)), Dpt(16, 1), Text(c.text));
+    ASSERT_TRUE(encoded.first);
+    std::string expected = c.octets;
+    expected.resize(14, '\0');
+    EXPECT_EQ(OctetsOf(encoded.second), Octets(expected.begin(), expected.end()));
+    EXPECT_EQ(log.Entries().size(), c.warned ? 1u : 0u);
+  }
+}
+
 TEST(Converters, SignedScalingRoundsHalfAwayFromZero) {
   // Raw 0..100 against 0..1000: the application value is ten times the raw one.
   KnxConverterInteger32BitSigned scaled(IntegerRange(0, 100, 0, 1000));
