@@ -82,7 +82,10 @@ configure_file(cmake/ZelCPackProjectConfig.cmake.in "${CPACK_PROJECT_CONFIG_FILE
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${ZEL_RUNTIME_PACKAGE})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
-set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "object-model library of the KNX building-automation device
+# dpkg runs ldconfig once for all packages that activate its trigger.
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA "${PROJECT_SOURCE_DIR}/cmake/packaging/triggers")
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "object-model library of the KNX building-automation device
 Converts values between the platform's tagged value and KNX group values by
 datapoint type, maps KNX communication objects and parameters to
 object-model ids, makes blocking requests over the device-stack client and
@@ -98,7 +101,7 @@ set(CPACK_COMPONENT_DEVELOPMENT_DEPENDS Runtime)
 set(zel_boost "${Boost_VERSION_MAJOR}.${Boost_VERSION_MINOR}")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
   "libboost${zel_boost}-dev, libboost-thread${zel_boost}-dev, libboost-date-time${zel_boost}-dev, libboost-timer${zel_boost}-dev, libboost-filesystem${zel_boost}-dev, liblog4cplus-dev")
-set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "object-model library of the KNX device - development files
+set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "object-model library of the KNX device - development files
 Headers, the CMake package (find_package(ZelObjectModel CONFIG)) and the
 pkg-config file (zelobjectmodel) of libzelobjectmodel. Needs C++17 or later.
 
@@ -109,7 +112,7 @@ set(CPACK_DEBIAN_TOOL_PACKAGE_NAME zelknx)
 set(CPACK_DEBIAN_TOOL_PACKAGE_SECTION utils)
 set(CPACK_COMPONENT_TOOL_DEPENDS Runtime)
 set(CPACK_DEBIAN_TOOL_PACKAGE_SUGGESTS libzelobjectmodel-platform-sim)
-set(CPACK_COMPONENT_TOOL_DESCRIPTION "encodes and decodes KNX group values with libzelobjectmodel
+set(CPACK_DEBIAN_TOOL_DESCRIPTION "encodes and decodes KNX group values with libzelobjectmodel
 zelknx is a command-line shell over the object-model library: it encodes
 and decodes KNX telegram payloads by datapoint type, prints the DPT table,
 maps object-model ids and loads the app host configuration file.
@@ -123,16 +126,16 @@ set(CPACK_DEBIAN_PLATFORMSIM_PACKAGE_SECTION libdevel)
 # provides zelobjectmodel-platform exclude each other.
 set(CPACK_DEBIAN_PLATFORMSIM_PACKAGE_PROVIDES zelobjectmodel-platform)
 set(CPACK_DEBIAN_PLATFORMSIM_PACKAGE_CONFLICTS zelobjectmodel-platform)
-set(CPACK_COMPONENT_PLATFORMSIM_DESCRIPTION "stand-ins for the KNX device's platform libraries - not for the device
+set(CPACK_DEBIAN_PLATFORMSIM_DESCRIPTION "stand-ins for the KNX device's platform libraries - not for the device
 Simulated versions of the closed platform libraries that libzelobjectmodel
 loads beside itself (logging, KNX text helpers, base platform values, KNX
 stack group values, device-stack client, and a simulated device-stack client
 for tests), with their headers, for building and testing off the device.
 
 Do not install this package on a device image: it is no replacement for the
-real platform. It installs only into the private folder
-/usr/${ZEL_PLATFORM_INSTALL_LIBDIR}, so it never shadows the platform's
-libraries, and it conflicts with every other provider of
-zelobjectmodel-platform.")
+real platform. Its libraries go into a private folder only,
+/usr/${ZEL_PLATFORM_INSTALL_LIBDIR},
+so they never shadow the platform's libraries, and the package conflicts
+with every other provider of zelobjectmodel-platform.")
 
 include(CPack)
