@@ -75,8 +75,8 @@ if(CMAKE_CROSSCOMPILING)
   # The sysroot's libraries, and the sysroot as the package build tree whose
   # DEBIAN/shlibs and DEBIAN/symbols say which package has each of them
   # (scripts/armhf-sysroot.sh writes them).
-  list(APPEND ZEL_SHLIBDEPS_DIRS
-    "${CMAKE_SYSROOT}/usr/lib/${CMAKE_LIBRARY_ARCHITECTURE}" "${CMAKE_SYSROOT}/lib/${CMAKE_LIBRARY_ARCHITECTURE}")
+  list(APPEND ZEL_SHLIBDEPS_DIRS "${CMAKE_SYSROOT}/usr/lib/${CMAKE_LIBRARY_ARCHITECTURE}"
+    "${CMAKE_SYSROOT}/lib/${CMAKE_LIBRARY_ARCHITECTURE}" "${CMAKE_SYSROOT}/lib")
 endif()
 configure_file(cmake/ZelCPackProjectConfig.cmake.in "${CPACK_PROJECT_CONFIG_FILE}" @ONLY)
 

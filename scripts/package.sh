@@ -68,18 +68,21 @@ for arch in "${arches[@]}"; do
   done
 done
 
-echo "=== lintian"
-mapfile -t packages < <(ls "$out"/*.deb "$out"/*.ddeb)
-report=$(lintian --tag-display-limit 0 "${packages[@]}" 2>&1 || true)
-[[ -z $report ]] || printf '%s\n' "$report"
-if grep -q '^E: ' <<<"$report"; then
-  echo "package: lintian reports errors" >&2
-  exit 1
-fi
+status=0
+for arch in "${arches[@]}"; do
+  echo "=== $arch: lintian"
+  report=$(lintian --tag-display-limit 0 "$out"/*_"$arch".deb "$out"/*_"$arch".ddeb 2>&1 || true)
+  [[ -z $report ]] || printf '%s\n' "$report"
+  if grep -q '^E: ' <<<"$report"; then
+    echo "package: lintian reports errors for $arch" >&2
+    status=1
+  fi
+done
+((status == 0)) || exit 1
 
 echo "=== packages in $out"
-stat -c '%8s %n' "${packages[@]}" | sed "s|$out/||"
 for arch in "${arches[@]}"; do
+  stat -c '%8s %n' "$out"/*_"$arch".deb "$out"/*_"$arch".ddeb | sed "s|$out/||"
   root=$(mktemp -d)
   dpkg-deb -x "$out/libzelobjectmodel0_"*"_$arch.deb" "$root"
   library=$(find "$root" -name 'libzelobjectmodel.so.*.*' -type f)

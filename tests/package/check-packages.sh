@@ -67,6 +67,7 @@ platform_by_soname() { # at least one platform library needed, none by path
   needed=$(dynamic "$1" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p' | grep -E "^[^ ]*${platform_libraries}")
   [[ -n $needed ]] && ! grep -q / <<<"$needed"
 }
+no_foreign_depends() { ! field "$1" Depends | grep -E -- '-cross|:[a-z]'; }
 depends_on() { # depends_on DEB PREFIX: a Depends entry starts with PREFIX
   local entry
   while IFS= read -r entry; do
@@ -103,6 +104,8 @@ for arch in "${arches[@]}"; do
   for dependency in libboost-thread libboost-timer liblog4cplus libc6 libstdc++6; do
     check "runtime depends on $dependency" depends_on "$runtime" "$dependency"
   done
+  check "runtime's Depends name the target's packages (no cross-toolchain or qualified names)" \
+    no_foreign_depends "$runtime"
   check "zelknx depends on the runtime of its version" \
     depends_on "$tool" "libzelobjectmodel0 (= $(field "$runtime" Version))"
 
