@@ -76,6 +76,20 @@ depends_on() { # depends_on DEB PREFIX: a Depends entry starts with PREFIX
   return 1
 }
 
+sdk_project=$PWD/tests/package/device-sdk
+find_package_fails() { # find_package_fails PREFIX MESSAGE
+  local output
+  if output=$(cmake -S "$sdk_project" -B "$work/sdk-fails" -G Ninja -DCMAKE_PREFIX_PATH="$1" 2>&1); then
+    return 1
+  fi
+  grep -F "$2" <<<"$(tr -s ' \n' ' ' <<<"$output")" >/dev/null
+}
+builds_and_runs() { # builds_and_runs PREFIX LIBDIR
+  cmake -S "$sdk_project" -B "$work/sdk-build" -G Ninja -DCMAKE_PREFIX_PATH="$1" >/dev/null &&
+    cmake --build "$work/sdk-build" >/dev/null &&
+    [[ $(LD_LIBRARY_PATH=$2 "$work/sdk-build/device-sdk") == 21.5 ]]
+}
+
 for arch in "${arches[@]}"; do
   echo "=== $arch"
   runtime=$(deb libzelobjectmodel0 "$arch")
@@ -116,6 +130,20 @@ for arch in "${arches[@]}"; do
       check "consumer builds and runs with CMake and pkg-config; the root's zelknx runs" \
         cmake -DPREFIX="$root/usr" -DSOURCE_DIR="$PWD/tests/consumer" -DWORK_DIR="$work/consumer" \
         -DGENERATOR=Ninja -P tests/consumer/RunConsumerTest.cmake
+      echo "--- the development package without the stand-ins"
+      sdk="$work/sdk"
+      mkdir -p "$sdk"
+      dpkg-deb -x "$runtime" "$sdk"
+      dpkg-deb -x "$dev" "$sdk"
+      check "without any platform, find_package says what is missing" \
+        find_package_fails "$sdk/usr" "the platform library zellog2 or its headers are not installed"
+      # The device's SDK: the platform's libraries and headers in the system folders.
+      platform=$(find "$root/usr/lib" -type d -path '*/zelobjectmodel/platform')
+      libdir=$(dirname "$(dirname "$platform")")
+      cp "$platform"/*.so "$sdk/${libdir#"$root"/}/"
+      cp -R "$root/usr/include/zelobjectmodel/platform/." "$sdk/usr/include/"
+      check "with a platform in the system folders, a program builds and runs" \
+        builds_and_runs "$sdk/usr" "$sdk/${libdir#"$root"/}"
       ;;
     armhf)
       check "ELF machine ARM" test "$(elf_field "$library" Machine)" = ARM
