@@ -41,7 +41,7 @@ check() {
 
 deb() { # deb NAME ARCH: the package file
   local file
-  file=$(ls "$packages/$1_"*"_$2.deb" 2>/dev/null | head -n 1)
+  file=$(ls "$packages/$1_"*"_$2.deb" 2>/dev/null | head -n 1 || true)
   [[ -n $file ]] || { echo "no package $1 for $2 in $packages (scripts/package.sh makes them)" >&2; exit 1; }
   echo "$file"
 }
