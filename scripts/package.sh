@@ -11,7 +11,9 @@
 # -dbgsym .ddeb with the debug information of each one that has binaries.
 # The build is configured for /usr (CMAKE_INSTALL_PREFIX, and the Debian
 # multiarch library folder), built, and packed by CPack (cmake/
-# ZelPackaging.cmake). Nothing is installed on this machine.
+# ZelPackaging.cmake). Nothing is installed on this machine. The builds stay
+# configured for /usr; `cmake --install BUILD --prefix PREFIX` then puts the
+# libraries into PREFIX/lib/<multiarch>.
 #
 # Fails when a build fails or lintian reports an error; prints lintian's
 # warnings, the packages with their sizes and the stripped library's size.
@@ -22,6 +24,9 @@ arches=("$@")
 if ((${#arches[@]} == 0)); then
   arches=(amd64 armhf)
 fi
+for tool in cpack dpkg-deb dpkg-shlibdeps lintian file; do
+  command -v "$tool" >/dev/null || { echo "package: $tool is missing (scripts/setup.sh installs it)" >&2; exit 1; }
+done
 out=build/packages
 mkdir -p "$out"
 
