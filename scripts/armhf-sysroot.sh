@@ -13,7 +13,7 @@
 # qemu are the same files.
 #
 # Idempotent: a stamp records the package list; when it matches, nothing is
-# done. Delete DIR (or change the list) to rebuild.
+# done. Delete DIR (or change the list or the version v2 below) to rebuild.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -35,8 +35,11 @@ packages=(
 # archive as well would put two copies of the runtime side by side.
 toolchain_supplied='^(libc6|libc6-dev|libc-dev-bin|linux-libc-dev|libgcc-s1|libgcc-[0-9]+-dev|gcc-[0-9]+-base|libstdc\+\+6|libstdc\+\+-[0-9]+-dev|libasan[0-9]+|libubsan[0-9]+|libatomic1|libgomp1|libcrypt-dev|rpcsvc-proto|googletest)$'
 
+# The run-time packages of that part, for what they declare.
+toolchain_runtime=(libc6 libgcc-s1 libstdc++6)
+
 stamp="$sysroot/.zel-sysroot"
-want="v1 ${packages[*]}"
+want="v2 ${packages[*]}"
 if [[ -f $stamp && $(<"$stamp") == "$want" ]]; then
   echo "armhf-sysroot: $sysroot is up to date"
   exit 0
@@ -91,8 +94,25 @@ fi
 
 debs="$cache_dir/archives"
 (cd "$debs" && apt-get "${apt_options[@]}" download "${closure[@]}")
+# Each package's control files are kept too (var/lib/zel-sysroot/control/
+# <package>/), and their shlibs and symbols files are gathered in DEBIAN/:
+# to dpkg-shlibdeps the sysroot is then a package build tree that says which
+# package and version each of its libraries needs (scripts/package.sh
+# computes the armhf packages' Depends with it). The packages of the C and
+# C++ runtime that the toolchain supplies give their control files only.
+control_dir="$sysroot/var/lib/zel-sysroot/control"
+mkdir -p "$control_dir" "$sysroot/DEBIAN" "$debs/runtime"
 for deb in "$debs"/*.deb; do
   dpkg-deb -x "$deb" "$sysroot"
+  dpkg-deb -e "$deb" "$control_dir/$(dpkg-deb -f "$deb" Package)"
+done
+(cd "$debs/runtime" && apt-get "${apt_options[@]}" download "${toolchain_runtime[@]}")
+for deb in "$debs/runtime"/*.deb; do
+  dpkg-deb -e "$deb" "$control_dir/$(dpkg-deb -f "$deb" Package)"
+done
+rm -rf "$debs/runtime"
+for kind in shlibs symbols; do
+  find "$control_dir" -name "$kind" -type f -print0 | sort -z | xargs -0 -r cat >"$sysroot/DEBIAN/$kind"
 done
 rm -f "$debs"/*.deb
 echo "armhf-sysroot: unpacked ${#closure[@]} packages: ${closure[*]}"

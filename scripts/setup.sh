@@ -1,9 +1,16 @@
 #!/usr/bin/env bash
 # Installs every build and test dependency from Debian 12's packages, then
 # builds the armhf sysroot (scripts/armhf-sysroot.sh) when it is missing.
+#   scripts/setup.sh               packages, then the armhf sysroot
+#   scripts/setup.sh --no-sysroot  packages only (for the host builds)
 # Idempotent: runs `apt-get update` once and installs only what is missing.
 # Must run as root (or with sudo available) when something is missing.
 set -euo pipefail
+
+sysroot=yes
+if [[ ${1-} == --no-sysroot ]]; then
+  sysroot=no
+fi
 
 packages=(
   cmake ninja-build g++ pkg-config git
@@ -39,5 +46,6 @@ else
 fi
 
 # The armhf build's libraries: a private download, nothing installed.
-scripts_dir=$(dirname "$0")
-"$scripts_dir/armhf-sysroot.sh"
+if [[ $sysroot == yes ]]; then
+  "$(dirname "$0")/armhf-sysroot.sh"
+fi

@@ -3,9 +3,11 @@
 # configures, builds and runs the whole suite in every build of the project
 # (CMake presets), then runs every fuzz target briefly on its seed corpus
 # (scripts/fuzz.sh, ZEL_FUZZ_SECONDS per target, default 30) as a smoke
-# test, and prints each step's result and times.
-#   scripts/test.sh              every build, then the fuzz smoke test:
-#                                default asan tsan armhf fuzz
+# test, and prints each step's result and times. The `package` step makes
+# the Debian packages of amd64 and armhf (scripts/package.sh, lintian
+# included) and checks them unpacked (tests/package/check-packages.sh).
+#   scripts/test.sh              every build, the packages, then the fuzz
+#                                smoke test: default asan tsan armhf package fuzz
 #   scripts/test.sh default fuzz only these
 # A failing step does not stop the others; the exit status is 1 if any
 # build failed to build or has a failing test, or a fuzz target found
@@ -17,7 +19,7 @@ scripts/setup.sh
 
 presets=("$@")
 if ((${#presets[@]} == 0)); then
-  presets=(default asan tsan armhf fuzz)
+  presets=(default asan tsan armhf package fuzz)
 fi
 
 log_dir=$(mktemp -d)
@@ -36,6 +38,22 @@ for preset in "${presets[@]}"; do
       status=1
     fi
     line="fuzz: ${result} (${seconds} s per target), $(($(date +%s) - start)) s in all"
+    echo "=== ${line}"
+    summary+=("$line")
+    continue
+  fi
+  if [[ $preset == package ]]; then
+    echo "=== package: Debian packages, amd64 and armhf"
+    start=$(date +%s)
+    result=passed
+    if ! scripts/package.sh; then
+      result="FAILED to build"
+      status=1
+    elif ! tests/package/check-packages.sh; then
+      result=FAILED
+      status=1
+    fi
+    line="package: ${result}, $(($(date +%s) - start)) s"
     echo "=== ${line}"
     summary+=("$line")
     continue
