@@ -65,8 +65,8 @@ KnxStack::GroupValue DateAndTime(const TAVTIME& time) {
 // The object-model type of a DPT code; the empty type for a code no device
 // can name.
 TavValueType ExpectedType(unsigned long dptCode) {
-  const boost::optional<std::uint32_t> code = Narrow32(dptCode);
-  return code ? KnxOmbMapping::GetIvtFromDpt(*code) : ivtEmpty;
+  return Fits32(dptCode) ? KnxOmbMapping::GetIvtFromDpt(static_cast<std::uint32_t>(dptCode))
+                         : ivtEmpty;
 }
 
 // The table-driven converter shared by every call: built once, read-only
@@ -192,11 +192,11 @@ boost::optional<KnxStack::GroupValue> TavValueToGroupValue(const TAVVALUE& value
 }
 
 bool CheckGroupValue(const KnxStack::GroupValue& value, unsigned long dptCode) {
-  const boost::optional<std::uint32_t> code = Narrow32(dptCode);
-  if (!code) {
+  if (!Fits32(dptCode)) {
     return false;  // no DPT of the device has such a code
   }
-  KNXDPT dpt = Layout::DptOfCode(*code, static_cast<std::uint8_t>(value.GetDefinedSize()));
+  KNXDPT dpt = Layout::DptOfCode(static_cast<std::uint32_t>(dptCode),
+                                 static_cast<std::uint8_t>(value.GetDefinedSize()));
   KnxValueConverter* converter = SharedConverter();
   if (converter == nullptr) {
     ZEL_LOG_FATAL("Could not Init() the value converter");

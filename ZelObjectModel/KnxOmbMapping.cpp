@@ -178,18 +178,21 @@ std::uint32_t KnxOmbMapping::GetMaxParametersOfType(ParameterType type) {
 }
 
 bool KnxOmbMapping::IsAnyLogicalKnxDeviceId(ObjModelId id) {
-  const boost::optional<Id> id32 = Narrow32(id);
-  return id32 && *id32 >= kBlock;
+  const bool fits = Fits32(id);
+  const Id id32 = static_cast<Id>(id);
+  return fits && id32 >= kBlock;
 }
 
 bool KnxOmbMapping::IsCoChannel(ObjModelId id) {
-  const boost::optional<Id> id32 = Narrow32(id);
-  return id32 && IsCoChannel32(*id32);
+  const bool fits = Fits32(id);
+  const Id id32 = static_cast<Id>(id);
+  return fits && IsCoChannel32(id32);
 }
 
 bool KnxOmbMapping::IsCoValue(ObjModelId id) {
-  const boost::optional<Id> id32 = Narrow32(id);
-  return id32 && *id32 != 0 && IsCoChannel32(*id32 - 1);
+  const bool fits = Fits32(id);
+  const Id id32 = static_cast<Id>(id);
+  return fits && id32 != 0 && IsCoChannel32(id32 - 1);
 }
 
 bool KnxOmbMapping::IsAppHostAppControlState(ObjModelId id, LogicalDeviceId ld) {
@@ -209,8 +212,9 @@ bool KnxOmbMapping::IsAppHostAppControlAppDebug(ObjModelId id, LogicalDeviceId l
 }
 
 bool KnxOmbMapping::IsParameterChannel(ObjModelId id) {
-  const boost::optional<Id> id32 = Narrow32(id);
-  return id32 && IsParameterChannel32(*id32);
+  const bool fits = Fits32(id);
+  const Id id32 = static_cast<Id>(id);
+  return fits && IsParameterChannel32(id32);
 }
 
 boost::optional<ObjModelId> KnxOmbMapping::GetCoChannelObjModelId(std::uint16_t coNumber,
@@ -222,11 +226,12 @@ boost::optional<ObjModelId> KnxOmbMapping::GetCoChannelObjModelId(std::uint16_t 
 }
 
 boost::optional<ObjModelId> KnxOmbMapping::GetCoValueObjModelId(ObjModelId channelId) {
-  const boost::optional<Id> id32 = Narrow32(channelId);
-  if (!id32 || !IsCoChannel32(*id32)) {
+  const bool fits = Fits32(channelId);
+  const Id id32 = static_cast<Id>(channelId);
+  if (!fits || !IsCoChannel32(id32)) {
     return boost::none;
   }
-  return ObjModelId{*id32 + 1};
+  return ObjModelId{id32 + 1};
 }
 
 boost::optional<ObjModelId> KnxOmbMapping::GetCoValueObjModelId(std::uint16_t coNumber,
@@ -248,11 +253,12 @@ boost::optional<ObjModelId> KnxOmbMapping::GetParameterChannelObjModelId(std::ui
 }
 
 boost::optional<ObjModelId> KnxOmbMapping::GetParameterValueObjModelId(ObjModelId channelId) {
-  const boost::optional<Id> id32 = Narrow32(channelId);
-  if (!id32 || !IsParameterChannel32(*id32)) {
+  const bool fits = Fits32(channelId);
+  const Id id32 = static_cast<Id>(channelId);
+  if (!fits || !IsParameterChannel32(id32)) {
     return boost::none;
   }
-  return ObjModelId{*id32 + 1};
+  return ObjModelId{id32 + 1};
 }
 
 boost::optional<ObjModelId> KnxOmbMapping::GetParameterValueObjModelId(std::uint16_t number,
@@ -281,39 +287,43 @@ boost::optional<ObjModelId> KnxOmbMapping::GetTextParameterValueObjModelId(std::
 
 boost::optional<std::uint16_t> KnxOmbMapping::GetCoNumberFromObjModelId(ObjModelId valueId,
                                                                         LogicalDeviceId ld) {
-  const boost::optional<Id> id32 = Narrow32(valueId);
-  if (!id32 || *id32 % 2 == 0 || !IsCoChannel32(*id32 & ~Id{1})) {
+  const bool fits = Fits32(valueId);
+  const Id id32 = static_cast<Id>(valueId);
+  if (!fits || id32 % 2 == 0 || !IsCoChannel32(id32 & ~Id{1})) {
     return boost::none;
   }
   // Modulo 100000 * ld, not 100000, and no check that the id lies in
   // logical device ld (intended).
-  return static_cast<std::uint16_t>(((*id32 % Base(ld)) - kCoFirstOffset) / 2 + 1);
+  return static_cast<std::uint16_t>(((id32 % Base(ld)) - kCoFirstOffset) / 2 + 1);
 }
 
 boost::optional<ParameterType> KnxOmbMapping::GetParameterTypeFromObjModelId(ObjModelId id,
                                                                              LogicalDeviceId ld) {
-  const boost::optional<Id> id32 = Narrow32(id);
-  return id32 ? ParameterType32(*id32, ld) : boost::none;
+  const bool fits = Fits32(id);
+  const Id id32 = static_cast<Id>(id);
+  return fits ? ParameterType32(id32, ld) : boost::none;
 }
 
 boost::optional<std::uint8_t> KnxOmbMapping::GetParameterNumberFromObjModelId(ObjModelId id,
                                                                               LogicalDeviceId ld) {
-  const boost::optional<Id> id32 = Narrow32(id);
-  const boost::optional<ParameterType> type = id32 ? ParameterType32(*id32, ld) : boost::none;
+  const bool fits = Fits32(id);
+  const Id id32 = static_cast<Id>(id);
+  const boost::optional<ParameterType> type = fits ? ParameterType32(id32, ld) : boost::none;
   if (!type) {
     return boost::none;
   }
   const Id firstChannel = Base(ld) + kParameterOffset + kParameterTypeSpan * TypeNumber(*type);
   // Kept to 8 bits: Text numbers 256..500 come back modulo 256 (intended).
-  return static_cast<std::uint8_t>((*id32 % firstChannel) / 2);
+  return static_cast<std::uint8_t>((id32 % firstChannel) / 2);
 }
 
 boost::optional<LogicalDeviceId> KnxOmbMapping::GetLogicalDeviceIdFromObject(ObjModelId id) {
-  const boost::optional<Id> id32 = Narrow32(id);
-  if (!id32 || *id32 < kBlock || *id32 >= 3 * kBlock) {
+  const bool fits = Fits32(id);
+  const Id id32 = static_cast<Id>(id);
+  if (!fits || id32 < kBlock || id32 >= 3 * kBlock) {
     return boost::none;
   }
-  return LogicalDeviceId(static_cast<int>(*id32 / kBlock));
+  return LogicalDeviceId(static_cast<int>(id32 / kBlock));
 }
 
 std::string KnxOmbMapping::GetIvtFromMainType(unsigned long mainNumber) {

@@ -402,7 +402,7 @@ bool ZelKnxValueConverter::ToKnxValue(KNXDPT& dpt, const std::string& serialized
 
 bool ZelKnxValueConverter::ToKnxValue(const std::string& serialized, unsigned long bitSize,
                                       KnxStack::GroupValue& out) {
-  if (!Narrow32(bitSize)) {
+  if (!Fits32(bitSize)) {
     ZEL_LOG_INFO("Could not find DPT for bit size " << bitSize);
     return false;
   }

@@ -1,8 +1,6 @@
 // Conversions between numeric types that are defined for every input.
 #pragma once
 
-#include <boost/optional.hpp>
-
 #include <cfloat>
 #include <cmath>
 #include <cstdint>
@@ -17,11 +15,8 @@ namespace Zel {
 // on a 64-bit host it takes the function's ordinary failure path (false, no
 // row, no id, an empty optional) with its ordinary message, never a
 // success on its truncated low bits. This is the one place that decides it.
-inline boost::optional<std::uint32_t> Narrow32(unsigned long value) {
-  if (static_cast<std::uint64_t>(value) > std::numeric_limits<std::uint32_t>::max()) {
-    return boost::none;
-  }
-  return static_cast<std::uint32_t>(value);
+inline bool Fits32(unsigned long value) {
+  return static_cast<std::uint64_t>(value) <= std::numeric_limits<std::uint32_t>::max();
 }
 
 // `value` rounded to the nearest float as IEEE narrowing does, without the

@@ -28,11 +28,11 @@ int main(int argc, char** argv) {
   Zel::AppHostConfiguration config;
   config.LoadConfigurationFile(argv[1]);
   std::cout << "without KNX: " << config.IsAppHostWithoutKNX() << ", response data points:";
-  for (const std::uint32_t id : config.GetResponseDataPoints()) std::cout << ' ' << id;
+  for (const unsigned long id : config.GetResponseDataPoints()) std::cout << ' ' << id;
   std::cout << '\n';
 
   // 2. A temperature telegram: DPT 9.001, payload 0c 33 = 21.5 degrees C.
-  const std::uint32_t dpt9001 = 9 * 65536 + 1;
+  const unsigned long dpt9001 = 9 * 65536 + 1;
   const std::uint8_t payload[] = {0x0c, 0x33};
   const KnxStack::GroupValue received(KnxStack::BinaryData(payload, sizeof payload), 16);
   const auto temperature = Zel::GroupValueToTavValue(received, dpt9001);

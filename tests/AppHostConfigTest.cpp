@@ -43,7 +43,7 @@ std::string State(const AppHostConfiguration& c) {
                            &c.GetRootPathAppConnectorHost(), &c.GetPathObjectModelConfig()}) {
     s << ' ' << (*path ? (*path)->string() : "-");
   }
-  for (const std::uint32_t dp : c.GetResponseDataPoints()) s << ' ' << dp;
+  for (const unsigned long dp : c.GetResponseDataPoints()) s << ' ' << dp;
   return s.str();
 }
 

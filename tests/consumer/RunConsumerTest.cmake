@@ -58,8 +58,11 @@ if(PKG_CONFIG)
     message(FATAL_ERROR "pkg-config's flags set the language standard: ${output}")
   endif()
   separate_arguments(flags UNIX_COMMAND "${output}")
-  run(c++ -std=c++20 ${CXX_FLAGS} "${SOURCE_DIR}/main.cpp" -o "${WORK_DIR}/consumer-pc"
-      ${flags} -ldevicestackclient_simulated -pthread ${LINKER_FLAGS})
+  # The build's own flags (a sanitizer's, say) are one string each.
+  separate_arguments(cxx_flags UNIX_COMMAND "${CXX_FLAGS}")
+  separate_arguments(linker_flags UNIX_COMMAND "${LINKER_FLAGS}")
+  run(c++ -std=c++20 ${cxx_flags} "${SOURCE_DIR}/main.cpp" -o "${WORK_DIR}/consumer-pc"
+      ${flags} -ldevicestackclient_simulated -pthread ${linker_flags})
   run(${CMAKE_COMMAND} -E env "LD_LIBRARY_PATH=${platform_dir}:${libdir}" "${WORK_DIR}/consumer-pc")
   message(STATUS "consumer built with pkg-config in C++20: ${output}")
 endif()
