@@ -45,19 +45,20 @@ struct RoundTrip {
   const char* value;
   const char* hex;  // the KNX encoding
   unsigned bits;
+  const char* unit;  // the standard's, printed after the value
 };
 
 // Encoding gives the standard's octets; decoding them gives the value back
-// (in its printed form, which is the input form here).
+// (in its printed form, which is the input form here) with the DPT's unit.
 TEST(ZelknxTool, EncodeDecodeRoundTripsOnBothPaths) {
   const std::vector<RoundTrip> cases = {
-      {"9.001", "21.5", "0c33", 16},        {"1.001", "true", "01", 1},
-      {"5.001", "128", "80", 8},            {"7.001", "65535", "ffff", 16},
-      {"8.001", "-2", "fffe", 16},          {"13.001", "-1", "ffffffff", 32},
-      {"14.000", "1.5", "3fc00000", 32},    {"232.600", "1193046", "123456", 24},
-      {"11.001", "2024-03-15", "0f0318", 24}, {"10.001", "Mon 08:30:00", "281e00", 24},
-      {"16.000", "KNX is OK", "4b4e58206973204f4b0000000000", 112},
-      {"19.001", "2024-03-15 08:30:00", "7c030fa81e002000", 64},
+      {"9.001", "21.5", "0c33", 16, " °C"},        {"1.001", "true", "01", 1, ""},
+      {"5.001", "128", "80", 8, ""},               {"7.001", "65535", "ffff", 16, " pulses"},
+      {"8.001", "-2", "fffe", 16, " pulses"},      {"13.001", "-1", "ffffffff", 32, " pulses"},
+      {"14.000", "1.5", "3fc00000", 32, " m/s²"},  {"232.600", "1193046", "123456", 24, ""},
+      {"11.001", "2024-03-15", "0f0318", 24, ""},  {"10.001", "Mon 08:30:00", "281e00", 24, ""},
+      {"16.000", "KNX is OK", "4b4e58206973204f4b0000000000", 112, ""},
+      {"19.001", "2024-03-15 08:30:00", "7c030fa81e002000", 64, ""},
   };
   for (const RoundTrip& c : cases) {
     SCOPED_TRACE(c.dpt);
@@ -65,10 +66,14 @@ TEST(ZelknxTool, EncodeDecodeRoundTripsOnBothPaths) {
     EXPECT_EQ(encoded, (Json{{"dpt", c.dpt}, {"bits", c.bits}, {"hex", c.hex}}));
     const Result decoded = Zelknx(std::string("decode ") + c.dpt + " " + c.hex);
     EXPECT_EQ(decoded.status, 0);
-    EXPECT_EQ(decoded.out, std::string(c.value) + "\n");
+    EXPECT_EQ(decoded.out, std::string(c.value) + c.unit + "\n");
   }
   EXPECT_EQ(JsonOf("encode --table 9.001 21.5")["hex"], "0c33");
-  EXPECT_EQ(JsonOf("decode --table 9.001 '0c 33'"), (Json{{"dpt", "9.001"}, {"type", "ivtFloat"}, {"value", 21.5}}));
+  EXPECT_EQ(JsonOf("decode --table 9.001 '0c 33'"), (Json{{"dpt", "9.001"},
+                                                           {"type", "ivtFloat"},
+                                                           {"value", 21.5},
+                                                           {"name", "DPT_Value_Temp"},
+                                                           {"unit", "°C"}}));
   EXPECT_EQ(JsonOf("decode --code 589825 0c33")["value"], 21.5);
 }
 
@@ -80,7 +85,11 @@ TEST(ZelknxTool, TextForms) {
   EXPECT_EQ(JsonOf("decode 1.001 01")["value"], true);
   EXPECT_EQ(JsonOf("decode --bits 8 5.001 ff")["value"], 255);
   // The table path reads the invalid-data word as no value.
-  EXPECT_EQ(JsonOf("decode --table 9.001 7fff"), (Json{{"dpt", "9.001"}, {"type", "ivtNone"}, {"value", nullptr}}));
+  EXPECT_EQ(JsonOf("decode --table 9.001 7fff"), (Json{{"dpt", "9.001"},
+                                                       {"type", "ivtNone"},
+                                                       {"value", nullptr},
+                                                       {"name", "DPT_Value_Temp"},
+                                                       {"unit", "°C"}}));
 }
 
 struct Failure {
@@ -100,7 +109,9 @@ TEST(ZelknxTool, RefusalsAndUsageErrors) {
       {"unknown option", "encode --fast 9.001 1", 2, "unknown option --fast"},
       {"unknown command", "frobnicate", 2, "unknown command 'frobnicate'"},
       {"impossible date", "encode 11.001 2023-02-29", 1, "Not a valid date: 2023 2 29"},
-      {"unsupported DPT", "encode 4.001 -", 1, "Value type 4 not supported"},
+      {"unsupported DPT", "encode 24.001 text", 1, "Value type 24 not supported"},
+      {"no value for a DPT without a value type", "encode 4.001 -", 1,
+       "Value type mismatch: Expected 'Empty', got 'ivtNone'"},
       {"scene above 63", "encode 17.001 64", 1, "DPT 17.001 refused the value without an error entry"},
       {"no table row", "dpt 99", 1, "No Entry found for DPT = 99.0"},
       {"CO out of range", "id co 4096", 1, "CO 4096 has no object-model id"},
