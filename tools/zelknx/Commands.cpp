@@ -105,7 +105,7 @@ bool DecodeLine(const Session& session, std::size_t number, const std::string& l
     if (bus->destination) {
       json["dst"] = GroupAddressText(*bus->destination);
       json["group"] = group != nullptr ? Json(group->name) : Json(nullptr);
-      json["apci"] = ApciName(bus->apci);
+      if (bus->source) json["apci"] = ApciName(bus->apci);  // a telegram, not "GA HEX"
       text = GroupAddressText(*bus->destination) + (group != nullptr ? " " + group->name : "") + ": ";
     }
     boost::optional<Zel::KNXDPT> dpt = bus->dpt;

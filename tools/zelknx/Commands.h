@@ -27,10 +27,14 @@ using Json = nlohmann::ordered_json;
 struct UsageError {
   std::string message;
 };
-// Exit status 1: the library refused, or the bus is out of reach.
+// Exit status 1: the library refused.
 struct Refusal {
   std::string message;
   bool logged = false;  // the library's log line on stderr already says it
+};
+// Exit status 1: knxd is out of reach or went away.
+struct Unreachable {
+  std::string message;
 };
 
 struct Options {

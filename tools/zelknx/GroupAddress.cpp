@@ -133,7 +133,7 @@ boost::optional<std::uint16_t> ParseGroupAddress(const std::string& text) {
     if (!main || !sub) return boost::none;
     return static_cast<std::uint16_t>(*main << 11 | *sub);
   }
-  const auto free = Decimal(parts[0], 65535);
+  const auto free = parts.size() == 1 ? Decimal(parts[0], 65535) : boost::none;
   if (!free) return boost::none;
   return static_cast<std::uint16_t>(*free);
 }

@@ -178,5 +178,9 @@ int main(int argc, char** argv) {
       std::cerr << "zelknx: refused: " << refusal.message << "\n";
     }
     return 1;
+  } catch (const Zelknx::Unreachable& failure) {
+    if (wantsJson) std::cout << Zelknx::DumpJson(Json{{"error", failure.message}}) << '\n';
+    std::cerr << "zelknx: " << failure.message << "\n";
+    return 1;
   }
 }

@@ -145,21 +145,21 @@ int Monitor(const Session& session) {
   Connection connection;
   connection.handle = EIBSocketURL(options.url.c_str());
   if (connection.handle == nullptr) {
-    throw Refusal{"cannot connect to knxd at " + options.url + ": " + std::strerror(errno)};
+    throw Unreachable{"cannot connect to knxd at " + options.url + ": " + std::strerror(errno)};
   }
   if (EIBOpen_GroupSocket(connection.handle, 0) == -1) {
-    throw Refusal{"knxd at " + options.url + " refused a group socket: " + std::strerror(errno)};
+    throw Unreachable{"knxd at " + options.url + " refused a group socket: " + std::strerror(errno)};
   }
   std::array<std::uint8_t, 256> apdu{};
   for (unsigned long received = 0; count == 0 || received < count;) {
     const int complete = EIB_Poll_Complete(connection.handle);
     if (complete == -1) {
-      throw Refusal{"lost the connection to knxd at " + options.url};
+      throw Unreachable{"lost the connection to knxd at " + options.url};
     }
     if (complete == 0) {
       std::array<pollfd, 2> fds = {{{EIB_Poll_FD(connection.handle), POLLIN, 0}, {stop.fd, POLLIN, 0}}};
       if (poll(fds.data(), fds.size(), -1) < 0 && errno != EINTR) {
-        throw Refusal{std::string("poll: ") + std::strerror(errno)};
+        throw Unreachable{std::string("poll: ") + std::strerror(errno)};
       }
       if ((fds[1].revents & POLLIN) != 0) return 0;  // SIGINT or SIGTERM
       continue;
@@ -168,7 +168,7 @@ int Monitor(const Session& session) {
     eibaddr_t dst = 0;
     const int length = EIBGetGroup_Src(connection.handle, static_cast<int>(apdu.size()), apdu.data(), &src, &dst);
     if (length < 0) {
-      throw Refusal{"lost the connection to knxd at " + options.url};
+      throw Unreachable{"lost the connection to knxd at " + options.url};
     }
     if (length < 2) continue;
     if (PrintTelegram(session, src, dst, apdu.data(), length)) ++received;
