@@ -5,9 +5,9 @@
 
 #include <eibclient.h>
 
+#include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
-#include <sys/signalfd.h>
 #include <unistd.h>
 
 #include <array>
@@ -30,23 +30,37 @@ struct Connection {
   }
 };
 
-// SIGINT and SIGTERM, blocked and readable from a file descriptor, so that
-// the receive loop ends between two telegrams.
+// SIGINT and SIGTERM made readable from a pipe, so that the receive loop
+// ends between two telegrams. A handler rather than a blocked signal set:
+// the logging library's threads would not block them.
+int g_stopPipe[2] = {-1, -1};
+
+void OnStopSignal(int) {
+  const char byte = 1;
+  const ssize_t written = write(g_stopPipe[1], &byte, 1);
+  (void)written;  // a full pipe already says "stop"
+}
+
 struct StopSignals {
-  sigset_t previous;
-  int fd = -1;
+  struct sigaction previousInt {};
+  struct sigaction previousTerm {};
   StopSignals() {
-    sigset_t set;
-    sigemptyset(&set);
-    sigaddset(&set, SIGINT);
-    sigaddset(&set, SIGTERM);
-    sigprocmask(SIG_BLOCK, &set, &previous);
-    fd = signalfd(-1, &set, SFD_CLOEXEC);
+    if (pipe2(g_stopPipe, O_CLOEXEC | O_NONBLOCK) != 0) {
+      throw Unreachable{std::string("pipe: ") + std::strerror(errno)};
+    }
+    struct sigaction action {};
+    action.sa_handler = OnStopSignal;
+    sigemptyset(&action.sa_mask);
+    sigaction(SIGINT, &action, &previousInt);
+    sigaction(SIGTERM, &action, &previousTerm);
   }
   ~StopSignals() {
-    if (fd >= 0) close(fd);
-    sigprocmask(SIG_SETMASK, &previous, nullptr);
+    sigaction(SIGINT, &previousInt, nullptr);
+    sigaction(SIGTERM, &previousTerm, nullptr);
+    close(g_stopPipe[0]);
+    close(g_stopPipe[1]);
   }
+  int Fd() const { return g_stopPipe[0]; }
 };
 
 // Local time with milliseconds: 2024-03-15T08:30:00.123.
@@ -157,7 +171,7 @@ int Monitor(const Session& session) {
       throw Unreachable{"lost the connection to knxd at " + options.url};
     }
     if (complete == 0) {
-      std::array<pollfd, 2> fds = {{{EIB_Poll_FD(connection.handle), POLLIN, 0}, {stop.fd, POLLIN, 0}}};
+      std::array<pollfd, 2> fds = {{{EIB_Poll_FD(connection.handle), POLLIN, 0}, {stop.Fd(), POLLIN, 0}}};
       if (poll(fds.data(), fds.size(), -1) < 0 && errno != EINTR) {
         throw Unreachable{std::string("poll: ") + std::strerror(errno)};
       }
