@@ -269,7 +269,9 @@ TEST(ZelknxTool, OptionsBeforeOrAfterTheCommand) {
   const Result infinite = Zelknx("--json encode 9.001 -- -inf");
   EXPECT_EQ(infinite.status, 1);  // DPT 9 refuses infinities, silently
   EXPECT_EQ(Zelknx("--json encode 9.001 -inf").status, 2);
+  EXPECT_EQ(JsonOf("--table --bits 8 decode 5.001 ff")["value"], 255);
   EXPECT_EQ(Zelknx("--json encode --bits 8 9.001 1").status, 2);  // --bits is decode's
+  EXPECT_EQ(Zelknx("--json --bits 8 encode 9.001 1").out, "{\"error\":\"unknown option --bits for encode\"}\n");
 }
 
 TEST(ZelknxTool, DptSpellingsNamesAndUnits) {

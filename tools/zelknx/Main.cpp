@@ -14,6 +14,7 @@
 #include <CLI/CLI.hpp>
 #include <log4cplus/loglevel.h>
 
+#include <algorithm>
 #include <functional>
 #include <iostream>
 #include <string>
@@ -141,6 +142,20 @@ int main(int argc, char** argv) {
     }
   }
 
+  // The commands' own options are taken before the command as well (not
+  // listed in the general help); a command that has no such option
+  // refuses it below.
+  const std::vector<std::pair<const char*, std::vector<std::string>>> commandOptions = {
+      {"--table", {"encode", "decode", "monitor"}},
+      {"--bits", {"decode"}},
+      {"--url", {"monitor"}},
+      {"--count", {"monitor"}},
+  };
+  app.add_flag("--table", options.table)->group("");
+  app.add_option("--bits", options.bits)->group("");
+  app.add_option("--url", options.url)->group("");
+  app.add_option("--count", options.count)->group("");
+
   const bool wantsJson = [&] {
     for (int i = 1; i < argc && std::string(argv[i]) != "--"; ++i) {
       if (std::string(argv[i]) == "--json") return true;
@@ -150,6 +165,13 @@ int main(int argc, char** argv) {
   try {
     CLI::App* chosen = Parse(app, argc, argv, options);
     if (chosen == nullptr) return 0;
+    for (const auto& option : commandOptions) {
+      const auto& owners = option.second;
+      if (app.get_option(option.first)->count() > 0 &&
+          std::find(owners.begin(), owners.end(), chosen->get_name()) == owners.end()) {
+        throw Zelknx::UsageError{"unknown option " + std::string(option.first) + " for " + chosen->get_name()};
+      }
+    }
     if (!logLevel.empty()) {
       const auto level = log4cplus::getLogLevelManager().fromString(logLevel);
       if (level == log4cplus::NOT_SET_LOG_LEVEL) throw Zelknx::UsageError{"bad log level '" + logLevel + "'"};
