@@ -28,18 +28,26 @@ std::string Trim(const std::string& text) {
   return text.substr(first, text.find_last_not_of(" \t\r\n") - first + 1);
 }
 
+// A decimal number of at most `max`. (An out-parameter rather than an
+// optional: GCC 12 warns falsely about optionals here at -O1.)
+bool ReadNumber(const std::string& text, unsigned long max, unsigned long& number) {
+  const auto parsed = ParseUnsigned(text, max);
+  number = parsed.value_or(0);
+  return parsed.has_value() && !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
+}
+
 // An individual address "1.1.5" (4/4/8 bits).
-boost::optional<std::uint16_t> ParseIndividualAddress(const std::string& text) {
+bool ReadIndividualAddress(const std::string& text, std::uint16_t& address) {
   const auto first = text.find('.');
   const auto second = first == std::string::npos ? first : text.find('.', first + 1);
-  if (second == std::string::npos || text.find_first_not_of("0123456789.") != std::string::npos) {
-    return boost::none;
+  unsigned long area = 0, line = 0, device = 0;
+  if (second == std::string::npos || !ReadNumber(text.substr(0, first), 15, area) ||
+      !ReadNumber(text.substr(first + 1, second - first - 1), 15, line) ||
+      !ReadNumber(text.substr(second + 1), 255, device)) {
+    return false;
   }
-  const auto area = ParseUnsigned(text.substr(0, first), 15);
-  const auto line = ParseUnsigned(text.substr(first + 1, second - first - 1), 15);
-  const auto device = ParseUnsigned(text.substr(second + 1), 255);
-  if (!area || !line || !device) return boost::none;
-  return static_cast<std::uint16_t>(*area << 12 | *line << 8 | *device);
+  address = static_cast<std::uint16_t>(area << 12 | line << 8 | device);
+  return true;
 }
 
 // "from SRC to DST" somewhere in `text`, DST a group address; the rest of
@@ -55,16 +63,18 @@ bool ReadAddresses(const std::string& text, BusLine& bus, std::string& after, st
   const auto dstEnd = text.find_first_of(" :", dstStart);
   const std::string src = text.substr(from + 6, to - from - 6);
   const std::string dst = text.substr(dstStart, dstEnd == std::string::npos ? dstEnd : dstEnd - dstStart);
-  bus.source = ParseIndividualAddress(src);
-  if (!bus.source) {
+  std::uint16_t source = 0;
+  if (!ReadIndividualAddress(src, source)) {
     error = "bad source address '" + src + "'";
     return false;
   }
-  bus.destination = dst.find('/') == std::string::npos ? boost::none : ParseGroupAddress(dst);
-  if (!bus.destination) {
+  bus.source = source;
+  const auto destination = ParseGroupAddress(dst);
+  if (dst.find('/') == std::string::npos || !destination) {
     error = "'" + dst + "' is not a group address (not a group telegram)";
     return false;
   }
+  bus.destination = *destination;
   after = dstEnd == std::string::npos ? "" : text.substr(dstEnd);
   return true;
 }

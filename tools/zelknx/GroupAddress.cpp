@@ -29,11 +29,15 @@ std::vector<std::string> Levels(const std::string& text) {
   return parts;
 }
 
-boost::optional<unsigned long> Decimal(const std::string& text, unsigned long max) {
+// A decimal number of at most `max`. (An out-parameter rather than an
+// optional: GCC 12 warns falsely about optionals here at -O1.)
+bool Decimal(const std::string& text, unsigned long max, unsigned long& number) {
   if (text.empty() || text.find_first_not_of("0123456789") != std::string::npos) {
-    return boost::none;
+    return false;
   }
-  return ParseUnsigned(text, max);
+  const auto parsed = ParseUnsigned(text, max);
+  number = parsed.value_or(0);
+  return parsed.has_value();
 }
 
 // The separator of the header row: the most frequent of tab, ';' and ','
@@ -123,19 +127,19 @@ std::size_t Column(const std::vector<std::string>& header, const char* name) {
 
 boost::optional<std::uint16_t> ParseGroupAddress(const std::string& text) {
   const std::vector<std::string> parts = Levels(text);
+  unsigned long main = 0, middle = 0, sub = 0;
   if (parts.size() == 3) {
-    const auto main = Decimal(parts[0], 31), middle = Decimal(parts[1], 7), sub = Decimal(parts[2], 255);
-    if (!main || !middle || !sub) return boost::none;
-    return static_cast<std::uint16_t>(*main << 11 | *middle << 8 | *sub);
+    if (!Decimal(parts[0], 31, main) || !Decimal(parts[1], 7, middle) || !Decimal(parts[2], 255, sub)) {
+      return boost::none;
+    }
+    return static_cast<std::uint16_t>(main << 11 | middle << 8 | sub);
   }
   if (parts.size() == 2) {
-    const auto main = Decimal(parts[0], 31), sub = Decimal(parts[1], 2047);
-    if (!main || !sub) return boost::none;
-    return static_cast<std::uint16_t>(*main << 11 | *sub);
+    if (!Decimal(parts[0], 31, main) || !Decimal(parts[1], 2047, sub)) return boost::none;
+    return static_cast<std::uint16_t>(main << 11 | sub);
   }
-  const auto free = parts.size() == 1 ? Decimal(parts[0], 65535) : boost::none;
-  if (!free) return boost::none;
-  return static_cast<std::uint16_t>(*free);
+  if (parts.size() != 1 || !Decimal(parts[0], 65535, sub)) return boost::none;
+  return static_cast<std::uint16_t>(sub);
 }
 
 std::string GroupAddressText(std::uint16_t address) {
