@@ -96,10 +96,11 @@ bool DecodeLine(const Session& session, std::size_t number, const std::string& l
   Json json;
   json["line"] = number;
   std::string text;
+  boost::optional<std::string> error;  // the line's error instead of its result
   try {
-    std::string error;
-    const auto bus = ParseBusLine(line, error);
-    if (!bus) throw UsageError{error};
+    std::string why;
+    const auto bus = ParseBusLine(line, why);
+    if (!bus) throw UsageError{why};
     const GroupAddressEntry* group = bus->destination ? FindGroup(session, *bus->destination) : nullptr;
     if (bus->source) json["src"] = IndividualAddressText(*bus->source);
     if (bus->destination) {
@@ -123,12 +124,12 @@ bool DecodeLine(const Session& session, std::size_t number, const std::string& l
       text += AddValue(json, *dpt, value);
     }
   } catch (const UsageError& failure) {
-    Print(options, Json{{"line", number}, {"error", failure.message}},
-          "line " + std::to_string(number) + ": error: " + failure.message);
-    return false;
+    error = failure.message;
   } catch (const Refusal& failure) {
-    Print(options, Json{{"line", number}, {"error", failure.message}},
-          "line " + std::to_string(number) + ": error: " + failure.message);
+    error = failure.message;
+  }
+  if (error) {
+    Print(options, Json{{"line", number}, {"error", *error}}, "line " + std::to_string(number) + ": error: " + *error);
     return false;
   }
   Print(options, json, text);
