@@ -40,7 +40,7 @@ struct Command {
   std::function<int(const Zelknx::Session&)> run;
 };
 
-// Parses the command line into `session.options`; the command to run, or
+// Parses the command line into `options`; the command to run, or
 // null when --help or --version was answered.
 CLI::App* Parse(CLI::App& app, int argc, char** argv, Zelknx::Options& options) {
   // "--" ends the options: what follows are the command's arguments as
