@@ -28,7 +28,7 @@ packages=(
   libboost-timer1.74-dev libboost-system1.74-dev libboost-filesystem1.74-dev
   libboost-atomic1.74-dev
   liblog4cplus-dev libgtest-dev libbenchmark-dev
-  libutfcpp-dev librapidxml-dev nlohmann-json3-dev
+  libutfcpp-dev librapidxml-dev nlohmann-json3-dev libcli11-dev
 )
 # Supplied by the cross toolchain (the *-armhf-cross packages) or of no use
 # in a sysroot (build tools, sources). Taking libc or libstdc++ from the

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <charconv>
+#include <cctype>
 #include <cmath>
 #include <cstdlib>
 #include <limits>
@@ -187,7 +188,8 @@ bool IsDoubleType(TavValueType type) {
 boost::optional<TAVVALUE> ParseValue(TavValueType type, const std::string& text) {
   TAVVALUE value;
   if (text == "-") {
-    return value;  // the empty value
+    value.ivt = ivtNone;  // what the table's decoders give for invalid data
+    return value;
   }
   value.ivt = type;
   switch (type) {
@@ -207,12 +209,6 @@ boost::optional<TAVVALUE> ParseValue(TavValueType type, const std::string& text)
       value.SetByte(static_cast<std::uint8_t>(*number & 0xFF));
       return value;
     }
-    case ivtWord: {
-      const auto number = ParseInteger(text, 0, 65535);
-      if (!number) return boost::none;
-      value.SetWord(static_cast<std::uint16_t>(*number));
-      return value;
-    }
     case ivtInteger: case ivtTimePeriod: {
       const auto number = ParseInteger(text, std::numeric_limits<std::int32_t>::min(),
                                        std::numeric_limits<std::int32_t>::max());
@@ -220,7 +216,9 @@ boost::optional<TAVVALUE> ParseValue(TavValueType type, const std::string& text)
       value.SetInteger(static_cast<std::int32_t>(*number));
       return value;
     }
-    case ivtDWord: case ivtCounter: {
+    case ivtWord: case ivtDWord: case ivtCounter: {
+      // A word beyond 16 bits is passed on as such: the library's range
+      // handling (clamping for DPT 7) is what the tool shows.
       const auto number = ParseInteger(text, 0, std::numeric_limits<std::uint32_t>::max());
       if (!number) return boost::none;
       value.SetDWord(static_cast<std::uint32_t>(*number));
@@ -297,7 +295,7 @@ nlohmann::ordered_json JsonValue(const TAVVALUE& value) {
 boost::optional<Zel::KNXDPT> ParseDpt(const std::string& text) {
   const auto dot = text.find('.');
   const auto main = ParseUnsigned(text.substr(0, dot), 65535);
-  const auto sub = dot == std::string::npos ? boost::optional<std::uint32_t>(0)
+  const auto sub = dot == std::string::npos ? boost::optional<unsigned long>(0)
                                             : ParseUnsigned(text.substr(dot + 1), 65535);
   // Decimal only: "0x" belongs to codes.
   if (!main || !sub || text.find_first_not_of("0123456789.") != std::string::npos) {
@@ -331,19 +329,47 @@ std::string DptName(const Zel::KNXDPT& dpt, bool wildcard) {
   return out.str();
 }
 
-std::uint32_t DptCode(const Zel::KNXDPT& dpt) {
-  return (std::uint32_t{dpt.mainNumber} << 16) | dpt.subNumber;
+unsigned long DptCode(const Zel::KNXDPT& dpt) {
+  return (static_cast<unsigned long>(dpt.mainNumber) << 16) | dpt.subNumber;
 }
 
-boost::optional<std::uint32_t> ParseUnsigned(const std::string& text, std::uint32_t max) {
+boost::optional<unsigned long> ParseUnsigned(const std::string& text, unsigned long max) {
   if (text.empty() || text[0] == '-') {
     return boost::none;
   }
-  const auto number = ParseInteger(text, 0, max);
+  const auto number = ParseInteger(text, 0, static_cast<std::int64_t>(max));
   if (!number) {
     return boost::none;
   }
-  return static_cast<std::uint32_t>(*number);
+  return static_cast<unsigned long>(*number);
+}
+
+boost::optional<std::vector<std::uint8_t>> ParseHex(const std::string& text, std::string& error) {
+  std::vector<std::uint8_t> octets;
+  int high = -1;  // the first digit of an octet, while its second is awaited
+  for (const char c : text) {
+    if (c == ' ' || c == ':' || c == '\t') continue;
+    if (!std::isxdigit(static_cast<unsigned char>(c))) {
+      error = "bad hex string '" + text + "'";
+      return boost::none;
+    }
+    const int digit = std::isdigit(static_cast<unsigned char>(c)) ? c - '0' : std::tolower(c) - 'a' + 10;
+    if (high < 0) {
+      high = digit;
+    } else {
+      octets.push_back(static_cast<std::uint8_t>(high * 16 + digit));
+      high = -1;
+    }
+  }
+  if (high >= 0) {
+    error = "odd number of hex digits in '" + text + "'";
+    return boost::none;
+  }
+  return octets;
+}
+
+std::string DumpJson(const nlohmann::ordered_json& json) {
+  return json.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
 }
 
 }  // namespace Zelknx

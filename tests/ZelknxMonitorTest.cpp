@@ -1,0 +1,245 @@
+// zelknx monitor against a real knxd: each test starts its own knxd on a
+// socket in a temporary folder, with no bus behind it (the dummy backend),
+// sends group telegrams with knxtool and reads the monitor's JSON. knxd
+// and the monitor are stopped by their own process ids. Skipped where the
+// monitor is not built (no knxd client library, as in the armhf build) or
+// knxd's programs are missing.
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <fstream>
+#include <functional>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using Json = nlohmann::json;
+using namespace std::chrono_literals;
+
+const char kGroupAddresses[] =
+    "\xEF\xBB\xBF\"Group name\";\"Address\";\"Central\";\"Unfiltered\";\"Description\";\"DatapointType\";"
+    "\"Security\"\r\n"
+    "\"Küche\";\"1/2/-\";\"\";\"\";\"\";\"\";\"Auto\"\r\n"
+    "\"Temperatur Küche\";\"1/2/3\";\"\";\"\";\"\";\"DPST-9-1\";\"Auto\"\r\n"
+    "\"Licht Küche\";\"1/2/4\";\"\";\"\";\"\";\"DPST-1-1\";\"Auto\"\r\n"
+    "\"Leistung Herd\";\"1/2/5\";\"\";\"\";\"\";\"DPST-14-56\";\"Auto\"\r\n"
+    "\"Reserve\";\"1/2/6\";\"\";\"\";\"\";\"\";\"Auto\"\r\n"
+    "\"Zähler\";\"1/2/8\";\"\";\"\";\"\";\"DPST-7-1\";\"Auto\"\r\n"
+    "\"Impulse\";\"1/2/9\";\"\";\"\";\"\";\"DPST-5-10\";\"Auto\"\r\n"
+    "\"Uhrzeit\";\"1/2/10\";\"\";\"\";\"\";\"DPST-10-1\";\"Auto\"\r\n";
+
+// Starts `args` with stdout into `output` and stderr into `output`.err;
+// its process id.
+pid_t Spawn(const std::vector<std::string>& args, const std::string& output) {
+  const pid_t pid = fork();
+  if (pid == 0) {
+    dup2(open(output.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDOUT_FILENO);
+    dup2(open((output + ".err").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
+    std::vector<char*> argv;
+    for (const std::string& arg : args) argv.push_back(const_cast<char*>(arg.c_str()));
+    argv.push_back(nullptr);
+    execv(argv[0], argv.data());
+    _exit(127);
+  }
+  return pid;
+}
+
+std::string Read(const std::string& path) {
+  std::ifstream in(path);
+  std::ostringstream out;
+  out << in.rdbuf();
+  return out.str();
+}
+
+bool WaitFor(const std::function<bool()>& done, std::chrono::milliseconds timeout = 10s) {
+  for (const auto end = std::chrono::steady_clock::now() + timeout; std::chrono::steady_clock::now() < end;) {
+    if (done()) return true;
+    std::this_thread::sleep_for(50ms);
+  }
+  return done();
+}
+
+// The exit status of `pid` once it ends within `timeout`, else -1 (and it is killed).
+int WaitExit(pid_t pid, std::chrono::milliseconds timeout = 10s) {
+  int status = 0;
+  const bool ended = WaitFor([&] { return waitpid(pid, &status, WNOHANG) == pid; }, timeout);
+  if (!ended) {
+    kill(pid, SIGKILL);
+    waitpid(pid, &status, 0);
+    return -1;
+  }
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+class ZelknxMonitor : public ::testing::Test {
+protected:
+  void SetUp() override {
+#ifndef ZELKNX_WITH_MONITOR
+    GTEST_SKIP() << "zelknx is built without knxd's client library: no monitor";
+#endif
+    if (std::string(ZELKNX_KNXD).empty() || std::string(ZELKNX_KNXTOOL).empty()) {
+      GTEST_SKIP() << "knxd or knxtool not found";
+    }
+    char pattern[] = "/tmp/zelknx-knxd-XXXXXX";
+    ASSERT_NE(mkdtemp(pattern), nullptr);
+    m_dir = pattern;
+    m_url = "local:" + m_dir + "/eib";
+    std::ofstream(m_dir + "/ga.csv", std::ios::binary) << kGroupAddresses;
+    m_knxd = Spawn({ZELKNX_KNXD, "-e", "0.0.1", "-E", "0.0.2:8", "-u", m_dir + "/eib", "-b", "dummy:"},
+                   m_dir + "/knxd.log");
+    struct stat info;
+    ASSERT_TRUE(WaitFor([&] { return stat((m_dir + "/eib").c_str(), &info) == 0; })) << Read(m_dir + "/knxd.log");
+  }
+
+  void TearDown() override {
+    if (m_monitor > 0) WaitExit(m_monitor, 0ms);
+    if (m_knxd > 0) StopKnxd();
+    if (!m_dir.empty()) std::system(("rm -rf '" + m_dir + "'").c_str());
+  }
+
+  void StopKnxd() {
+    kill(m_knxd, SIGTERM);
+    WaitExit(m_knxd);
+    m_knxd = -1;
+  }
+
+  void StartMonitor(const std::vector<std::string>& options) {
+    std::vector<std::string> args = {ZELKNX_PATH, "monitor", "--url", m_url, "--json"};
+    args.insert(args.end(), options.begin(), options.end());
+    m_monitor = Spawn(args, m_dir + "/monitor.out");
+  }
+
+  // The monitor's JSON lines so far, but those of AwaitMonitor's probes.
+  std::vector<Json> Lines() {
+    std::vector<Json> lines;
+    std::istringstream in(Read(m_dir + "/monitor.out"));
+    for (std::string line; std::getline(in, line);) {
+      Json json = Json::parse(line);
+      if (json.value("dst", "") != kProbe) lines.push_back(std::move(json));
+    }
+    return lines;
+  }
+
+  void Send(const std::string& command) {
+    const std::string shell = std::string(ZELKNX_KNXTOOL) + " " + command.substr(0, command.find(' ')) + " " + m_url +
+                              command.substr(command.find(' ')) + " >/dev/null 2>&1";
+    ASSERT_EQ(std::system(shell.c_str()), 0) << shell;
+  }
+
+  // Sends to kProbe until the monitor shows it: it is listening now.
+  // (Probes sent before may still arrive later.)
+  void AwaitMonitor() {
+    ASSERT_TRUE(WaitFor([&] {
+      Send(std::string("groupswrite ") + kProbe + " 1");
+      return Read(m_dir + "/monitor.out").find(kProbe) != std::string::npos;
+    })) << Read(m_dir + "/monitor.out");
+  }
+
+  static constexpr const char* kProbe = "31/7/255";
+
+  std::string m_dir;
+  std::string m_url;
+  pid_t m_knxd = -1;
+  pid_t m_monitor = -1;
+};
+
+// Telegrams of six DPTs, a group address without a DPT, one outside the
+// list and a read, then SIGTERM: one JSON object each, exit status 0.
+TEST_F(ZelknxMonitor, DecodesEveryTelegramWithTheGroupAddressList) {
+  StartMonitor({"--ga-csv", m_dir + "/ga.csv"});
+  AwaitMonitor();
+  Send("groupwrite 1/2/3 0c 33");
+  Send("groupswrite 1/2/4 1");
+  Send("groupwrite 1/2/5 42 c8 00 00");
+  Send("groupwrite 1/2/8 01 f4");
+  Send("groupwrite 1/2/9 2a");
+  Send("groupwrite 1/2/10 28 1e 00");
+  Send("groupwrite 1/2/6 12 34");
+  Send("groupwrite 1/2/7 56");
+  Send("groupread 1/2/3");
+  const std::vector<Json> expected = {
+      {{"dst", "1/2/3"}, {"name", "Temperatur Küche"}, {"dpt", "9.001"}, {"apci", "write"}, {"hex", "0c33"},
+       {"value", 21.5}, {"unit", "°C"}},
+      {{"dst", "1/2/4"}, {"name", "Licht Küche"}, {"dpt", "1.001"}, {"apci", "write"}, {"hex", "01"},
+       {"value", true}, {"unit", nullptr}},
+      {{"dst", "1/2/5"}, {"name", "Leistung Herd"}, {"dpt", "14.056"}, {"apci", "write"}, {"hex", "42c80000"},
+       {"value", 100.0}, {"unit", "W"}},
+      {{"dst", "1/2/8"}, {"name", "Zähler"}, {"dpt", "7.001"}, {"apci", "write"}, {"hex", "01f4"},
+       {"value", 500}, {"unit", "pulses"}},
+      {{"dst", "1/2/9"}, {"name", "Impulse"}, {"dpt", "5.010"}, {"apci", "write"}, {"hex", "2a"},
+       {"value", 42}, {"unit", "pulses"}},
+      {{"dst", "1/2/10"}, {"name", "Uhrzeit"}, {"dpt", "10.001"}, {"apci", "write"}, {"hex", "281e00"},
+       {"value", "Mon 08:30:00"}, {"unit", nullptr}},
+      {{"dst", "1/2/6"}, {"name", "Reserve"}, {"dpt", nullptr}, {"apci", "write"}, {"hex", "1234"},
+       {"value", nullptr}, {"unit", nullptr}},
+      {{"dst", "1/2/7"}, {"name", nullptr}, {"dpt", nullptr}, {"apci", "write"}, {"hex", "56"},
+       {"value", nullptr}, {"unit", nullptr}},
+      {{"dst", "1/2/3"}, {"name", "Temperatur Küche"}, {"dpt", "9.001"}, {"apci", "read"}, {"hex", ""},
+       {"value", nullptr}, {"unit", nullptr}},
+  };
+  ASSERT_TRUE(WaitFor([&] { return Lines().size() >= expected.size(); })) << Read(m_dir + "/monitor.out");
+  kill(m_monitor, SIGTERM);
+  EXPECT_EQ(WaitExit(m_monitor), 0);
+  m_monitor = -1;
+
+  const std::vector<Json> lines = Lines();
+  ASSERT_EQ(lines.size(), expected.size());
+  for (std::size_t i = 0; i < expected.size(); ++i) {
+    Json line = lines[i];
+    SCOPED_TRACE(line.dump());
+    // Time and source are the moment's and knxd's (a client address per connection).
+    const std::string time = line.at("time");
+    EXPECT_EQ(time.size(), 23u);
+    EXPECT_EQ(time[10], 'T');
+    const std::string src = line.at("src");
+    EXPECT_EQ(src.rfind("0.0.", 0), 0u);
+    line.erase("time");
+    line.erase("src");
+    EXPECT_EQ(line, expected[i]);
+  }
+}
+
+TEST_F(ZelknxMonitor, EndsAfterCountTelegrams) {
+  StartMonitor({"--count", "2"});
+  int status = -1;
+  // Sends until both telegrams reached the listening monitor and it ended.
+  EXPECT_TRUE(WaitFor([&] {
+    Send("groupwrite 1/2/3 0c 33");
+    return waitpid(m_monitor, &status, WNOHANG) == m_monitor;
+  }));
+  m_monitor = -1;
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+  const std::vector<Json> lines = Lines();
+  ASSERT_EQ(lines.size(), 2u);
+  EXPECT_EQ(lines[0]["dpt"], nullptr);  // no list: raw octets
+  EXPECT_EQ(lines[0]["hex"], "0c33");
+}
+
+TEST_F(ZelknxMonitor, KnxdOutOfReachOrGone) {
+  const std::string url = "local:" + m_dir + "/none";
+  m_monitor = Spawn({ZELKNX_PATH, "monitor", "--json", "--url", url}, m_dir + "/monitor.out");
+  EXPECT_EQ(WaitExit(m_monitor), 1);
+  m_monitor = -1;
+  const std::string error = Lines().at(0).at("error");
+  EXPECT_EQ(error.rfind("cannot connect to knxd at " + url + ": ", 0), 0u) << error;
+
+  StartMonitor({});
+  AwaitMonitor();
+  StopKnxd();
+  EXPECT_EQ(WaitExit(m_monitor), 1);
+  m_monitor = -1;
+  EXPECT_EQ(Lines().back(), (Json{{"error", "lost the connection to knxd at " + m_url}}));
+}
+
+}  // namespace

@@ -1,0 +1,89 @@
+// The commands of zelknx and what they share: options, the two ways a
+// command fails, and the decoding and printing of one group value. Every
+// value printed is the library's; this layer only reads arguments and
+// writes results.
+#pragma once
+
+#include "BusLine.h"
+#include "GroupAddress.h"
+#include "ValueText.h"
+
+#include "BasePlatform/TavValue.h"
+#include "Zel/KnxDpt.h"
+
+#include <nlohmann/json.hpp>
+
+#include <boost/optional.hpp>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace Zelknx {
+
+using Json = nlohmann::ordered_json;
+
+// Exit status 2: the command line (or a file it names) is wrong.
+struct UsageError {
+  std::string message;
+};
+// Exit status 1: the library refused.
+struct Refusal {
+  std::string message;
+  bool logged = false;  // the library's log line on stderr already says it
+};
+// Exit status 1: knxd is out of reach or went away.
+struct Unreachable {
+  std::string message;
+};
+
+struct Options {
+  bool json = false;
+  bool table = false;  // convert with the DPT table instead of by DPT code
+  bool code = false;   // DPTs are numeric codes
+  std::string bits;    // decode: the group value's size, as given
+  std::string gaCsv;   // the ETS group address export, if any
+  std::string url = "local:/run/knx";
+  std::string count;   // monitor: stop after this many telegrams, as given
+  std::vector<std::string> args;
+};
+
+struct Session {
+  Options options;
+  boost::optional<GroupAddressTable> groups;  // loaded from options.gaCsv
+};
+
+// Collects the text of the library's last ERROR or FATAL entry, which a
+// refusal reports. Installed once by main.
+void InstallLastErrorLog();
+void ResetLastError();
+// Throws the refusal with the library's last error text, else `fallback`.
+[[noreturn]] void Refuse(const std::string& fallback);
+
+// One result: JSON on one line with --json, else `text`.
+void Print(const Options& options, const Json& json, const std::string& text);
+
+// A DPT in any spelling, a numeric code with --code, or a group address of
+// the --ga-csv list.
+Zel::KNXDPT ReadDpt(const Session& session, const std::string& text);
+
+// The group value of `octets`: `bits` when given, the 6-bit short form
+// when `shortForm` or when one octet belongs to a DPT of at most 6 bits,
+// else 8 bits per octet. The value the library decodes from it; throws
+// Refusal.
+TAVVALUE DecodeOctets(const Options& options, const Zel::KNXDPT& dpt, const std::vector<std::uint8_t>& octets,
+                      bool shortForm, const boost::optional<unsigned long>& bits = boost::none);
+
+// "dpt", "type", "value", "name", "unit" of a decoded value into `json`;
+// the value with its unit as text.
+std::string AddValue(Json& json, const Zel::KNXDPT& dpt, const TAVVALUE& value);
+
+// The commands; each returns its exit status or throws.
+int Encode(const Session& session);
+int Decode(const Session& session);  // one payload, or lines from stdin with "-"
+int Dpt(const Session& session);
+int Id(const Session& session);
+int Config(const Session& session);
+int Monitor(const Session& session);  // Monitor.cpp, where knxd's client library is found
+
+}  // namespace Zelknx
