@@ -35,7 +35,7 @@ run(${CMAKE_COMMAND} -E env "LD_LIBRARY_PATH=${platform_dir}" "${WORK_DIR}/build
 message(STATUS "consumer: ${output}")
 run("${PREFIX}/bin/zelknx" decode 9.001 0c33)
 message(STATUS "installed zelknx: ${output}")
-if(NOT output STREQUAL "21.5")
+if(NOT output STREQUAL "21.5 °C")
   message(FATAL_ERROR "installed zelknx decoded 9.001 0c33 as ${output}")
 endif()
 

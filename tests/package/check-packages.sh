@@ -149,7 +149,7 @@ for arch in "${arches[@]}"; do
       check "ELF machine ARM" test "$(elf_field "$library" Machine)" = ARM
       check "ELF class 32-bit" test "$(elf_field "$library" Class)" = ELF32
       output=$(scripts/armhf-run.sh --sysroot build/armhf-sysroot "$root/usr/bin/zelknx" decode 9.001 0c33 2>&1) || true
-      check "packaged zelknx under qemu-arm decodes 9.001 0c33 to 21.5 (got: $output)" test "$output" = 21.5
+      check "packaged zelknx under qemu-arm decodes 9.001 0c33 to 21.5 °C (got: $output)" test "$output" = "21.5 °C"
       ;;
   esac
 done
