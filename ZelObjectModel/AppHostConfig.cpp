@@ -12,12 +12,16 @@
 
 #include <rapidxml/rapidxml.hpp>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
 #include <cctype>
 #include <cerrno>
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <stdexcept>
 
 #define ZEL_LOG_SOURCE "ZelObjectModel/AppHostConfig"
@@ -26,6 +30,109 @@ namespace Zel {
 namespace {
 
 using Node = rapidxml::xml_node<char>;
+
+// The largest file LoadFile reads, far above any real configuration (a few
+// KiB). Bigger files, and files that grow past it while being read, cannot
+// be loaded.
+constexpr std::size_t kMaxFileBytes = 1024 * 1024;
+
+// The deepest element nesting parsed; the root element is level 1. Real
+// files nest 4 deep.
+constexpr int kMaxElementDepth = 256;
+
+class FileDescriptor {
+public:
+  explicit FileDescriptor(int fd) : m_fd(fd) {}
+  ~FileDescriptor() {
+    if (m_fd >= 0) ::close(m_fd);
+  }
+  FileDescriptor(const FileDescriptor&) = delete;
+  FileDescriptor& operator=(const FileDescriptor&) = delete;
+  int Get() const { return m_fd; }
+
+private:
+  int m_fd;
+};
+
+// The parser's character classes (rapidxml's lookup tables).
+bool IsXmlSpace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
+bool IsElementNameChar(char c) { return c != '\0' && !IsXmlSpace(c) && std::strchr("/>?", c) == nullptr; }
+bool IsAttributeNameChar(char c) {
+  return c != '\0' && !IsXmlSpace(c) && std::strchr("!/<=>?", c) == nullptr;
+}
+
+// Where `end` next occurs at or after `from`, just past it; null without one.
+const char* Past(const char* from, const char* end) {
+  const char* found = std::strstr(from, end);
+  return found != nullptr ? found + std::strlen(end) : nullptr;
+}
+
+// Whether the elements of the zero-terminated `text` nest at most
+// kMaxElementDepth deep, scanned the way the parser reads it (with its
+// default flags): markup inside comments, CDATA sections, processing
+// instructions, DOCTYPE declarations and quoted attribute values does not
+// count. Up to the first point where the parser fails the scan reads
+// exactly what the parser reads; there it stops and says yes, since the
+// parser descends no further.
+bool NestsWithinBound(const char* text) {
+  int depth = 0;
+  const char* p = text;
+  while (p != nullptr && *p != '\0') {
+    if (*p != '<') {
+      ++p;  // character data
+      continue;
+    }
+    ++p;
+    if (*p == '/') {  // end tag
+      depth = depth > 0 ? depth - 1 : 0;
+      p = Past(p, ">");
+    } else if (*p == '?') {  // XML declaration or processing instruction
+      p = Past(p + 1, "?>");
+    } else if (*p == '!') {
+      if (p[1] == '-' && p[2] == '-') {
+        p = Past(p + 3, "-->");
+      } else if (std::strncmp(p + 1, "[CDATA[", 7) == 0) {
+        p = Past(p + 8, "]]>");
+      } else if (std::strncmp(p + 1, "DOCTYPE", 7) == 0 && IsXmlSpace(p[8])) {
+        // Up to the first '>' outside brackets, which nest; a ']' outside
+        // them is plain text.
+        int brackets = 0;
+        for (p += 9; *p != '\0' && (*p != '>' || brackets > 0); ++p) {
+          if (*p == '[') ++brackets;
+          if (*p == ']' && brackets > 0) --brackets;
+        }
+        p = *p == '>' ? p + 1 : nullptr;
+      } else {
+        p = Past(p + 1, ">");
+      }
+    } else {  // an element: name, attributes, then "/>" or ">" and its content
+      while (IsElementNameChar(*p)) ++p;
+      for (;;) {
+        while (IsXmlSpace(*p)) ++p;
+        if (!IsAttributeNameChar(*p)) break;
+        while (IsAttributeNameChar(*p)) ++p;
+        while (IsXmlSpace(*p)) ++p;
+        if (*p != '=') return true;
+        ++p;
+        while (IsXmlSpace(*p)) ++p;
+        if (*p != '\'' && *p != '"') return true;
+        p = std::strchr(p + 1, *p);
+        if (p == nullptr) return true;
+        ++p;
+      }
+      if (depth + 1 > kMaxElementDepth) return false;
+      if (*p == '>') {
+        ++depth;
+        ++p;
+      } else if (p[0] == '/' && p[1] == '>') {
+        p += 2;
+      } else {
+        return true;
+      }
+    }
+  }
+  return true;
+}
 
 // The value of attribute `name` of `node`, or null when it has none.
 const char* Attribute(const Node& node, const char* name) {
@@ -82,11 +189,43 @@ std::uint32_t ToObjectId(const char* text) {
 }  // namespace
 
 boost::optional<std::vector<char>> LoadFile(const std::string& path) {
-  std::ifstream file(path, std::ios::in | std::ios::binary);
-  if (!file) {
+  // Non-blocking, so that opening a FIFO without writer returns at once;
+  // it is refused below with everything else that is not a regular file.
+  const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
+  if (file.Get() < 0) {
     return boost::none;
   }
-  return std::vector<char>(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+  struct stat status {};
+  if (::fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode) ||
+      static_cast<unsigned long long>(status.st_size) > kMaxFileBytes) {
+    return boost::none;
+  }
+  // Read to the end, whatever the size said (it may change, and is 0 for
+  // some kernel files), taking short reads in turn; one byte more than the
+  // bound tells a file that grew too big.
+  std::vector<char> bytes(static_cast<std::size_t>(status.st_size) + 1);
+  std::size_t size = 0;
+  for (;;) {
+    if (size == bytes.size()) {
+      if (size > kMaxFileBytes) {
+        return boost::none;
+      }
+      bytes.resize(std::min(2 * size, kMaxFileBytes + 1));
+    }
+    const ssize_t got = ::read(file.Get(), bytes.data() + size, bytes.size() - size);
+    if (got == 0) {
+      break;
+    }
+    if (got < 0) {
+      if (errno == EINTR) {
+        continue;
+      }
+      return boost::none;
+    }
+    size += static_cast<std::size_t>(got);
+  }
+  bytes.resize(size);
+  return bytes;
 }
 
 AppHostConfiguration::AppHostConfiguration() = default;
@@ -108,6 +247,10 @@ void AppHostConfiguration::LoadConfigurationFile(const std::string& path) {
 }
 
 bool AppHostConfiguration::LoadAppHostConfigXML(char* text) {
+  if (!NestsWithinBound(text)) {
+    ZEL_LOG_ERROR("Failed to read configuration file: elements nested deeper than " << kMaxElementDepth);
+    return false;
+  }
   rapidxml::xml_document<char> document;
   try {
     document.parse<0>(text);

@@ -163,17 +163,23 @@ bool DscAsyncRequestMessenger::WaitForAnswer(boost::unique_lock<boost::mutex>& l
                                              const std::string& requestId, time_duration timeout,
                                              const BoolReader& isStillRelevant) {
   const boost::optional<SteadyClock::time_point> deadline = DeadlineAfter(timeout);
+  const auto isAnswered = [this, &requestId] {
+    const std::shared_ptr<Docket> docket = m_dockets[requestId].lock();
+    return docket && docket->IsAnswered();
+  };
   for (;;) {
     if (!isStillRelevant()) {
       ZEL_LOG_INFO("Aborted a OMB request because its result is no longer relevant");
       return false;
     }
-    const std::shared_ptr<Docket> docket = m_dockets[requestId].lock();
-    if (docket && docket->IsAnswered()) return true;
+    if (isAnswered()) return true;
     if (!deadline) {
       m_answerSignal.wait(lock);
     } else if (m_answerSignal.wait_until(lock, *deadline) == boost::cv_status::timeout &&
                SteadyClock::now() >= *deadline) {
+      // The callback thread may have stored the answer while this wait was
+      // timing out (it held the mutex then): that answer is the result.
+      if (isAnswered()) return true;
       break;
     }
   }

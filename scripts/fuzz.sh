@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # Builds every libFuzzer target with clang, ASan and UBSan in build/fuzz and
 # runs each for N seconds (default 30) on a scratch copy of its seed corpus
-# fuzz/corpus/<target without "Fuzz">/, so the tree is not modified.
+# fuzz/corpus/<target without "Fuzz">/, so the tree is not modified. A
+# target's extra libFuzzer flags, one a line, are in fuzz/<target>.options
+# (a -dict= path there is relative to fuzz/).
 #   scripts/fuzz.sh          30 s per target
 #   scripts/fuzz.sh 600      600 s per target
 # Environment: ZEL_FUZZ_BUILD_DIR (default build/fuzz), ZEL_FUZZ_JOBS
@@ -29,9 +31,13 @@ for fuzzer in "${fuzzers[@]}"; do
   work="$scratch/$fuzzer"
   mkdir -p "$work/corpus"
   cp -R "fuzz/corpus/${fuzzer%Fuzz}/." "$work/corpus/"
+  options=()
+  if [[ -f "fuzz/$fuzzer.options" ]]; then
+    mapfile -t options < <(sed "s|^-dict=|-dict=$PWD/fuzz/|" "fuzz/$fuzzer.options")
+  fi
   echo "=== $fuzzer: ${seconds} s"
   if ! (cd "$work" && "$build/fuzz/$fuzzer" -max_total_time="$seconds" \
-          -print_final_stats=1 -artifact_prefix="$work/" corpus >"$work/log" 2>&1); then
+          -print_final_stats=1 -artifact_prefix="$work/" "${options[@]}" corpus >"$work/log" 2>&1); then
     tail -n 60 "$work/log" >&2
     echo "=== $fuzzer: FINDING, input and log in $work" >&2
     exit 1

@@ -176,6 +176,32 @@ TEST(DscAsyncRequestMessenger, AnswerArrivingWhileTheSenderHoldsTheLockIsKept) {
   EXPECT_TRUE(log.EqualsIgnoringDebug({}));
 }
 
+// The answer comes in time, but the callback thread is still storing it (it
+// holds the messenger's lock, here for 600 ms) when the caller's 300 ms
+// wait times out. The stored answer is the result: no time-out entries and
+// no second request, for good and error answers alike.
+TEST(DscAsyncRequestMessenger, AnswerStoredWhileTheWaitTimesOutIsTheResult) {
+  const std::pair<SimulatedFault, std::vector<ExpectedEntry>> cases[] = {
+      {SimulatedFault::None, {}},
+      {SimulatedFault::Error, {Error("OMB error for request r1; response: ")}},
+  };
+  for (const auto& [fault, errors] : cases) {
+    SCOPED_TRACE(static_cast<int>(fault));
+    Rig rig({{fault, 0ms, 600ms}}, 2);
+    LogCapture log;
+    const Docket docket = rig.messenger.Request("x", pt::milliseconds(300));
+    rig.client.WaitUntilIdle();
+    EXPECT_TRUE(docket.IsAnswered());
+    EXPECT_EQ(docket.IsReplyValid(), fault == SimulatedFault::None);
+    EXPECT_EQ(rig.client.Requests().size(), 1u);
+    std::vector<ExpectedEntry> expected = {Debug("Request ID is 'r1'")};
+    expected.insert(expected.end(), errors.begin(), errors.end());
+    expected.insert(expected.end(), {Debug("Got request for ID 'r1'."),
+                                     Debug("returned from waiting for response with ID 'r1': got response")});
+    EXPECT_TRUE(log.Equals(expected));
+  }
+}
+
 TEST(DscAsyncRequestMessenger, LateAnswerIsDroppedAndLeavesTheRetryAlone) {
   // r1's answer comes at 1.3 s, while the retry r2 (answered at about 1.5 s) waits.
   Rig rig({{SimulatedFault::Late, 1300ms}, {SimulatedFault::None, 500ms}});

@@ -42,8 +42,10 @@ inline constexpr char kKimConfigName[] = "KimConfig";
 // Where the object model configuration usually lies.
 inline constexpr char kDefaultObjectModelConfigPath[] = "/opt/userdata/devicestack/zelOM/config.json";
 
-// The bytes of the file at `path` (no terminator added), or empty when the
-// file cannot be opened.
+// The bytes of the file at `path` (no terminator added), or empty when it
+// cannot be opened, is not a regular file (a directory, FIFO or device), is
+// larger than 1 MiB or grows past it while read, or a read fails. Never
+// blocks on a FIFO.
 ZEL_EXPORT boost::optional<std::vector<char>> LoadFile(const std::string& path);
 
 class ZEL_EXPORT AppHostConfiguration : private NonCopyable {
@@ -82,7 +84,7 @@ public:
   // Reads kAppHostConfigFilePath; see LoadConfigurationFile(path).
   void LoadConfigurationFile();
   // Reads the file at `path` and applies it with LoadAppHostConfigXML.
-  // A file that cannot be opened is logged as an error and changes
+  // A file that LoadFile cannot read is logged as an error and changes
   // nothing. A file that does not parse is logged as two errors (the
   // parser's message, then the fall-back) and keeps every value the
   // configuration had. Throws what LoadAppHostConfigXML throws.
@@ -92,7 +94,8 @@ public:
   // modified) and applies it on top of the current values: absent
   // attributes leave their field as it is, response data points are
   // appended. Returns false after logging the parser's message when the
-  // text is not well-formed XML; nothing is applied then.
+  // text is not well-formed XML, or after logging "elements nested deeper
+  // than 256" when it nests deeper (before parsing); nothing is applied then.
   // Throws std::invalid_argument("stoul") for an ObjId without digits and
   // std::out_of_range("stoul") for one beyond 32 bits; fields applied
   // before the bad ObjId keep their new values.

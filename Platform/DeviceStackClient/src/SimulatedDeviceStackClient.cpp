@@ -7,15 +7,20 @@ namespace {
 
 class SimulatedError final : public IDeviceStackClient::IError {
 public:
-  SimulatedError(bool failed, std::string text) : m_failed(failed), m_text(std::move(text)) {}
+  SimulatedError(bool failed, std::string text, SimulatedDeviceStackClient::Clock::duration stall)
+      : m_failed(failed), m_text(std::move(text)), m_stall(stall) {}
   bool IsFailed() const override { return m_failed; }
   std::int32_t GetCode() const override { return m_failed ? 1 : 0; }
   std::string GetDomain() const override { return "simulation"; }
-  std::string GetText() const override { return m_text; }
+  std::string GetText() const override {
+    if (m_stall > SimulatedDeviceStackClient::Clock::duration::zero()) std::this_thread::sleep_for(m_stall);
+    return m_text;
+  }
 
 private:
   bool m_failed;
   std::string m_text;
+  SimulatedDeviceStackClient::Clock::duration m_stall;
 };
 
 std::string Urn(unsigned long objectId) { return "urn:simulated:object:" + std::to_string(objectId); }
@@ -155,9 +160,10 @@ std::string SimulatedDeviceStackClient::Send(SimulatedRequest request) {
   request.sequence = ++m_sent;
   const Plan plan = DrawPlan(request);
   request.fault = plan.fault;
+  request.stall = plan.stall;
   if (plan.fault != SimulatedFault::EmptyId) request.requestId = 'r' + std::to_string(request.sequence);
 
-  Answer answer{request.kind, request.requestId, request.objectId, std::string(), false};
+  Answer answer{request.kind, request.requestId, request.objectId, std::string(), false, plan.stall};
   switch (request.kind) {
     case SimulatedRequest::Kind::GetValue:
       answer.payload = "value of " + std::to_string(request.objectId) + " for " + request.requestId;
@@ -232,6 +238,12 @@ SimulatedDeviceStackClient::Plan SimulatedDeviceStackClient::DrawPlan(const Simu
           std::uniform_int_distribution<Clock::rep>(0, m_options.latencyJitter.count())(m_random));
     }
   }
+  // Drawn only when enabled, so that seeded runs without stalls keep their sequence.
+  if (m_options.stall > 0.0 &&
+      std::uniform_real_distribution<double>(0.0, 1.0)(m_random) < m_options.stall) {
+    plan.stall = Clock::duration(
+        std::uniform_int_distribution<Clock::rep>(0, m_options.stallFor.count())(m_random));
+  }
   return plan;
 }
 
@@ -269,7 +281,8 @@ void SimulatedDeviceStackClient::Run() {
 void SimulatedDeviceStackClient::Deliver(IResponseHandler& handler, void* context,
                                          const Answer& answer) const {
   const SimulatedError error(answer.failed,
-                             answer.failed ? "simulated failure of " + answer.requestId : std::string());
+                             answer.failed ? "simulated failure of " + answer.requestId : std::string(),
+                             answer.stall);
   switch (answer.kind) {
     case SimulatedRequest::Kind::Request:
       handler.OnResponse(context, answer.requestId, answer.payload, error);

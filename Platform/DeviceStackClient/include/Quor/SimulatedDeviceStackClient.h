@@ -18,6 +18,11 @@
 // An error answer carries no payload and the error text
 // "simulated failure of <request id>".
 //
+// A stalled answer spends its plan's stall inside the error object's
+// GetText(): a handler that reads the error text while it holds its own
+// lock (as the messenger does) then holds that lock for the stall, the way
+// a callback thread that is descheduled at the wrong moment would.
+//
 // Thread safety: every operation may be called from any thread.
 // SetResponseHandler(nullptr, ...) returns only when no callback to the
 // previous handler is running any more (unless called from inside a
@@ -69,6 +74,7 @@ struct SimulatedRequest {
   std::string text;            // value text, request text or configuration text
   bool flag = false;
   SimulatedFault fault = SimulatedFault::None;
+  std::chrono::steady_clock::duration stall{};  // of each of its answers (see Plan::stall)
 };
 
 class SimulatedDeviceStackClient final : public IDeviceStackClient {
@@ -78,6 +84,7 @@ public:
   struct Plan {
     SimulatedFault fault = SimulatedFault::None;
     Clock::duration delay = Clock::duration::zero();  // from the send to the (first) answer
+    Clock::duration stall = Clock::duration::zero();  // spent in each answer's IError::GetText()
   };
   // Decides the plan of a request; `request.requestId` and `request.fault`
   // are not filled in yet.
@@ -97,6 +104,10 @@ public:
     double error = 0.0;
     double emptyId = 0.0;
     double unknownId = 0.0;
+    // Probability that an answered request's answers stall, independent of
+    // the faults above, and the stall's uniform range [0, stallFor].
+    double stall = 0.0;
+    Clock::duration stallFor = Clock::duration::zero();
     // When set, decides every request instead of the probabilities.
     Rule rule;
     // Whether Requests() keeps every request (memory grows with each one).
@@ -144,6 +155,7 @@ private:
     unsigned long objectId;
     std::string payload;
     bool failed;
+    Clock::duration stall;
   };
   using QueueKey = std::pair<Clock::time_point, std::uint64_t>;  // due time, order of queuing
 
