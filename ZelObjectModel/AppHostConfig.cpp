@@ -41,22 +41,27 @@ constexpr std::size_t kMaxFileBytes = 1024 * 1024;
 constexpr int kMaxElementDepth = 256;
 
 class FileDescriptor {
-public:
+ public:
   explicit FileDescriptor(int fd) : m_fd(fd) {}
   ~FileDescriptor() {
-    if (m_fd >= 0) ::close(m_fd);
+    if (m_fd >= 0)
+      ::close(m_fd);
   }
   FileDescriptor(const FileDescriptor&) = delete;
   FileDescriptor& operator=(const FileDescriptor&) = delete;
   int Get() const { return m_fd; }
 
-private:
+ private:
   int m_fd;
 };
 
 // The parser's character classes (rapidxml's lookup tables).
-bool IsXmlSpace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
-bool IsElementNameChar(char c) { return c != '\0' && !IsXmlSpace(c) && std::strchr("/>?", c) == nullptr; }
+bool IsXmlSpace(char c) {
+  return c == ' ' || c == '\t' || c == '\n' || c == '\r';
+}
+bool IsElementNameChar(char c) {
+  return c != '\0' && !IsXmlSpace(c) && std::strchr("/>?", c) == nullptr;
+}
 bool IsAttributeNameChar(char c) {
   return c != '\0' && !IsXmlSpace(c) && std::strchr("!/<=>?", c) == nullptr;
 }
@@ -98,29 +103,41 @@ bool NestsWithinBound(const char* text) {
         // them is plain text.
         int brackets = 0;
         for (p += 9; *p != '\0' && (*p != '>' || brackets > 0); ++p) {
-          if (*p == '[') ++brackets;
-          if (*p == ']' && brackets > 0) --brackets;
+          if (*p == '[')
+            ++brackets;
+          if (*p == ']' && brackets > 0)
+            --brackets;
         }
         p = *p == '>' ? p + 1 : nullptr;
       } else {
         p = Past(p + 1, ">");
       }
     } else {  // an element: name, attributes, then "/>" or ">" and its content
-      while (IsElementNameChar(*p)) ++p;
-      for (;;) {
-        while (IsXmlSpace(*p)) ++p;
-        if (!IsAttributeNameChar(*p)) break;
-        while (IsAttributeNameChar(*p)) ++p;
-        while (IsXmlSpace(*p)) ++p;
-        if (*p != '=') return true;
+      while (IsElementNameChar(*p))
         ++p;
-        while (IsXmlSpace(*p)) ++p;
-        if (*p != '\'' && *p != '"') return true;
+      for (;;) {
+        while (IsXmlSpace(*p))
+          ++p;
+        if (!IsAttributeNameChar(*p))
+          break;
+        while (IsAttributeNameChar(*p))
+          ++p;
+        while (IsXmlSpace(*p))
+          ++p;
+        if (*p != '=')
+          return true;
+        ++p;
+        while (IsXmlSpace(*p))
+          ++p;
+        if (*p != '\'' && *p != '"')
+          return true;
         p = std::strchr(p + 1, *p);
-        if (p == nullptr) return true;
+        if (p == nullptr)
+          return true;
         ++p;
       }
-      if (depth + 1 > kMaxElementDepth) return false;
+      if (depth + 1 > kMaxElementDepth)
+        return false;
       if (*p == '>') {
         ++depth;
         ++p;
@@ -140,11 +157,15 @@ const char* Attribute(const Node& node, const char* name) {
   return attribute != nullptr ? attribute->value() : nullptr;
 }
 
-bool IsNamed(const Node& node, const char* name) { return std::strcmp(node.name(), name) == 0; }
+bool IsNamed(const Node& node, const char* name) {
+  return std::strcmp(node.name(), name) == 0;
+}
 
 // Every value but exactly "0" is true, so "false", "no" and "" switch a
 // flag on; intended, existing files rely on it.
-bool IsTrue(const char* value) { return std::strcmp(value, "0") != 0; }
+bool IsTrue(const char* value) {
+  return std::strcmp(value, "0") != 0;
+}
 
 void ApplyFlag(const Node& node, const char* name, std::atomic<bool>& flag) {
   if (const char* value = Attribute(node, name)) {
@@ -230,7 +251,9 @@ boost::optional<std::vector<char>> LoadFile(const std::string& path) {
 
 AppHostConfiguration::AppHostConfiguration() = default;
 
-void AppHostConfiguration::LoadConfigurationFile() { LoadConfigurationFile(kAppHostConfigFilePath); }
+void AppHostConfiguration::LoadConfigurationFile() {
+  LoadConfigurationFile(kAppHostConfigFilePath);
+}
 
 void AppHostConfiguration::LoadConfigurationFile(const std::string& path) {
   boost::optional<std::vector<char>> text = LoadFile(path);
@@ -248,7 +271,8 @@ void AppHostConfiguration::LoadConfigurationFile(const std::string& path) {
 
 bool AppHostConfiguration::LoadAppHostConfigXML(char* text) {
   if (!NestsWithinBound(text)) {
-    ZEL_LOG_ERROR("Failed to read configuration file: elements nested deeper than " << kMaxElementDepth);
+    ZEL_LOG_ERROR("Failed to read configuration file: elements nested deeper than "
+                  << kMaxElementDepth);
     return false;
   }
   rapidxml::xml_document<char> document;
@@ -313,20 +337,55 @@ bool AppHostConfiguration::LoadAppHostConfigXML(char* text) {
   return true;
 }
 
-bool AppHostConfiguration::IsInAppDebugMode() const { return m_appDebugMode.load(); }
-void AppHostConfiguration::SetAppDebugMode(bool on) { m_appDebugMode.store(on); }
-bool AppHostConfiguration::ReplaceAppDebugMode(bool on) { return m_appDebugMode.exchange(on); }
-bool AppHostConfiguration::IsAppHostStartupDisabled() const { return m_appHostStartupDisabled.load(); }
-void AppHostConfiguration::SetAppHostStartupDisabled(bool disabled) { m_appHostStartupDisabled.store(disabled); }
-bool AppHostConfiguration::IsAppConnectorHostStartupDisabled() const { return m_appConnectorHostStartupDisabled.load(); }
-bool AppHostConfiguration::SetAppConnectorHostStartupDisabled(bool disabled) { return m_appConnectorHostStartupDisabled.exchange(disabled); }
-bool AppHostConfiguration::IsAppHostWithoutKNX() const { return m_appHostWithoutKnx.load(); }
-bool AppHostConfiguration::IsAppHostTerminateOnFirmwareUpdate() const { return m_appHostTerminateOnFirmwareUpdate.load(); }
-const boost::optional<AppHostConfiguration::Path>& AppHostConfiguration::GetRootPathNativeApp() const { return m_rootPathNativeApp; }
-const boost::optional<AppHostConfiguration::Path>& AppHostConfiguration::GetRootPathManagedApp() const { return m_rootPathManagedApp; }
-const boost::optional<AppHostConfiguration::Path>& AppHostConfiguration::GetRootPathAppHost() const { return m_rootPathAppHost; }
-const boost::optional<AppHostConfiguration::Path>& AppHostConfiguration::GetRootPathAppConnectorHost() const { return m_rootPathAppConnectorHost; }
-const boost::optional<AppHostConfiguration::Path>& AppHostConfiguration::GetPathObjectModelConfig() const { return m_pathObjectModelConfig; }
-const std::vector<unsigned long>& AppHostConfiguration::GetResponseDataPoints() const { return m_responseDataPoints; }
+bool AppHostConfiguration::IsInAppDebugMode() const {
+  return m_appDebugMode.load();
+}
+void AppHostConfiguration::SetAppDebugMode(bool on) {
+  m_appDebugMode.store(on);
+}
+bool AppHostConfiguration::ReplaceAppDebugMode(bool on) {
+  return m_appDebugMode.exchange(on);
+}
+bool AppHostConfiguration::IsAppHostStartupDisabled() const {
+  return m_appHostStartupDisabled.load();
+}
+void AppHostConfiguration::SetAppHostStartupDisabled(bool disabled) {
+  m_appHostStartupDisabled.store(disabled);
+}
+bool AppHostConfiguration::IsAppConnectorHostStartupDisabled() const {
+  return m_appConnectorHostStartupDisabled.load();
+}
+bool AppHostConfiguration::SetAppConnectorHostStartupDisabled(bool disabled) {
+  return m_appConnectorHostStartupDisabled.exchange(disabled);
+}
+bool AppHostConfiguration::IsAppHostWithoutKNX() const {
+  return m_appHostWithoutKnx.load();
+}
+bool AppHostConfiguration::IsAppHostTerminateOnFirmwareUpdate() const {
+  return m_appHostTerminateOnFirmwareUpdate.load();
+}
+const boost::optional<AppHostConfiguration::Path>& AppHostConfiguration::GetRootPathNativeApp()
+    const {
+  return m_rootPathNativeApp;
+}
+const boost::optional<AppHostConfiguration::Path>& AppHostConfiguration::GetRootPathManagedApp()
+    const {
+  return m_rootPathManagedApp;
+}
+const boost::optional<AppHostConfiguration::Path>& AppHostConfiguration::GetRootPathAppHost()
+    const {
+  return m_rootPathAppHost;
+}
+const boost::optional<AppHostConfiguration::Path>&
+AppHostConfiguration::GetRootPathAppConnectorHost() const {
+  return m_rootPathAppConnectorHost;
+}
+const boost::optional<AppHostConfiguration::Path>& AppHostConfiguration::GetPathObjectModelConfig()
+    const {
+  return m_pathObjectModelConfig;
+}
+const std::vector<unsigned long>& AppHostConfiguration::GetResponseDataPoints() const {
+  return m_responseDataPoints;
+}
 
 }  // namespace Zel

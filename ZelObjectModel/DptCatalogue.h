@@ -64,11 +64,15 @@ struct Range {
 };
 constexpr Range kNoRange{RangeClass::None, 0, 0, 0, 0};
 // The raw bounds against the same bounds, as most rows have them.
-constexpr Range Ints(double lower, double upper) { return {RangeClass::Integer, lower, upper, lower, upper}; }
+constexpr Range Ints(double lower, double upper) {
+  return {RangeClass::Integer, lower, upper, lower, upper};
+}
 constexpr Range LongInts(double lower, double upper) {
   return {RangeClass::LongInteger, lower, upper, lower, upper};
 }
-constexpr Range Floats(double lower, double upper) { return {RangeClass::Float, lower, upper, lower, upper}; }
+constexpr Range Floats(double lower, double upper) {
+  return {RangeClass::Float, lower, upper, lower, upper};
+}
 
 struct TableRow {
   std::uint16_t mainNumber;
@@ -92,8 +96,14 @@ constexpr double kFloat32Max = FLT_MAX;
 inline constexpr TableRow kTableRows[] = {
     {1, 0, 1, ivtBool, TavDP::vstGeneric, Converter::Bit1, kNoRange, "1.x"},
     {2, 0, 2, ivtBool, TavDP::vstGeneric, Converter::Bit2, kNoRange, "2.x"},
-    {3, 0, 4, ivtFloat, TavDP::vstDimmingStep, Converter::Bit4,
-     {RangeClass::FloatInteger, 0, 15, -100.0, 100.0}, "3.x"},
+    {3,
+     0,
+     4,
+     ivtFloat,
+     TavDP::vstDimmingStep,
+     Converter::Bit4,
+     {RangeClass::FloatInteger, 0, 15, -100.0, 100.0},
+     "3.x"},
     {4, 0, 8, ivtString, TavDP::vstAscii, Converter::Char8, Ints(0, 127), "4.x"},
     {4, 1, 8, ivtString, TavDP::vstAscii, Converter::Char8, Ints(0, 127), "4.001"},
     {4, 2, 8, ivtString, TavDP::vstLatin1, Converter::Char8, Ints(0, 255), "4.002"},
@@ -103,35 +113,54 @@ inline constexpr TableRow kTableRows[] = {
     // A status byte, unlike the rest of main 6.
     {6, 20, 8, ivtByte, TavDP::vstStatusMode, Converter::Status8, Ints(0, 255), "6.020"},
     {7, 0, 16, ivtWord, TavDP::vstGeneric, Converter::Integer16Unsigned, Ints(0, 65535), "7.x"},
-    {8, 0, 16, ivtInteger, TavDP::vstGeneric, Converter::Integer16Signed, Ints(-32768, 32767), "8.x"},
-    {9, 0, 16, ivtFloat, TavDP::vstGeneric, Converter::Float16, Floats(kFloat16Min, kFloat16Max), "9.x"},
+    {8, 0, 16, ivtInteger, TavDP::vstGeneric, Converter::Integer16Signed, Ints(-32768, 32767),
+     "8.x"},
+    {9, 0, 16, ivtFloat, TavDP::vstGeneric, Converter::Float16, Floats(kFloat16Min, kFloat16Max),
+     "9.x"},
     {9, 1, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(-273.0, 670760.0), "9.001"},
-    {9, 2, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(-670760.0, 670760.0), "9.002"},
-    {9, 3, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(-670760.0, 670760.0), "9.003"},
+    {9, 2, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(-670760.0, 670760.0),
+     "9.002"},
+    {9, 3, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(-670760.0, 670760.0),
+     "9.003"},
     {9, 4, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(0.0, 670760.0), "9.004"},
     {9, 5, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(0.0, 670760.0), "9.005"},
     {9, 6, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(0.0, 670760.0), "9.006"},
     {9, 7, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(0.0, 670760.0), "9.007"},
     {9, 8, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(0.0, 670760.0), "9.008"},
-    {9, 10, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(-670760.0, 670760.0), "9.010"},
-    {9, 11, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(-670760.0, 670760.0), "9.011"},
-    {9, 20, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(-670760.0, 670760.0), "9.020"},
-    {9, 21, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(-670760.0, 670760.0), "9.021"},
-    {9, 22, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(-670760.0, 670760.0), "9.022"},
-    {9, 23, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(-670760.0, 670760.0), "9.023"},
-    {9, 24, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(-670760.0, 670760.0), "9.024"},
-    {9, 25, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(-670760.0, 670760.0), "9.025"},
-    {9, 26, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(kFloat16Min, kFloat16Max), "9.026"},
-    {9, 27, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(-459.6, kFloat16Max), "9.027"},
-    {9, 28, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(0.0, kFloat16Max), "9.028"},
+    {9, 10, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(-670760.0, 670760.0),
+     "9.010"},
+    {9, 11, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(-670760.0, 670760.0),
+     "9.011"},
+    {9, 20, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(-670760.0, 670760.0),
+     "9.020"},
+    {9, 21, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(-670760.0, 670760.0),
+     "9.021"},
+    {9, 22, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(-670760.0, 670760.0),
+     "9.022"},
+    {9, 23, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(-670760.0, 670760.0),
+     "9.023"},
+    {9, 24, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(-670760.0, 670760.0),
+     "9.024"},
+    {9, 25, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(-670760.0, 670760.0),
+     "9.025"},
+    {9, 26, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(kFloat16Min, kFloat16Max),
+     "9.026"},
+    {9, 27, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(-459.6, kFloat16Max),
+     "9.027"},
+    {9, 28, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(0.0, kFloat16Max),
+     "9.028"},
     // The time type here; the object model (and so the conversion by DPT
     // code) uses the day-time type for main 10.
     {10, 0, 24, ivtTime, TavDP::vstGeneric, Converter::TimeOfDay, kNoRange, "10.x"},
     {11, 0, 24, ivtDate, TavDP::vstGeneric, Converter::Date, kNoRange, "11.x"},
-    {12, 0, 32, ivtDWord, TavDP::vstGeneric, Converter::Integer32Unsigned, LongInts(0, 4294967295.0), "12.x"},
-    {13, 0, 32, ivtInteger, TavDP::vstGeneric, Converter::Integer32Signed, Ints(INT32_MIN, INT32_MAX), "13.x"},
-    {14, 0, 32, ivtFloat, TavDP::vstGeneric, Converter::Float32, Floats(-kFloat32Max, kFloat32Max), "14.x"},
-    {15, 0, 32, ivtDWord, TavDP::vstGeneric, Converter::Integer32Unsigned, LongInts(0, 4294967295.0), "15.x"},
+    {12, 0, 32, ivtDWord, TavDP::vstGeneric, Converter::Integer32Unsigned,
+     LongInts(0, 4294967295.0), "12.x"},
+    {13, 0, 32, ivtInteger, TavDP::vstGeneric, Converter::Integer32Signed,
+     Ints(INT32_MIN, INT32_MAX), "13.x"},
+    {14, 0, 32, ivtFloat, TavDP::vstGeneric, Converter::Float32, Floats(-kFloat32Max, kFloat32Max),
+     "14.x"},
+    {15, 0, 32, ivtDWord, TavDP::vstGeneric, Converter::Integer32Unsigned,
+     LongInts(0, 4294967295.0), "15.x"},
     {16, 0, 112, ivtString, TavDP::vstAscii, Converter::String14, Ints(0, 127), "16.x"},
     {16, 1, 112, ivtString, TavDP::vstLatin1, Converter::String14, Ints(0, 255), "16.001"},
     // The integer type, while the scene converters test and set the byte
@@ -146,10 +175,19 @@ inline constexpr TableRow kTableRows[] = {
     {21, 0, 8, ivtByte, TavDP::vstGeneric, Converter::Byte8Unsigned, Ints(0, 255), "21.x"},
     {23, 0, 8, ivtByte, TavDP::vstGeneric, Converter::Byte8Unsigned, Ints(0, 255), "23.x"},
     // -64..64 against 0..255, as the device has it.
-    {26, 0, 8, ivtByte, TavDP::vstGeneric, Converter::SceneInfo, {RangeClass::Integer, -64, 64, 0, 255}, "26.x"},
-    {27, 0, 32, ivtDWord, TavDP::vstGeneric, Converter::Integer32Unsigned, LongInts(0, 4294967295.0), "27.x"},
+    {26,
+     0,
+     8,
+     ivtByte,
+     TavDP::vstGeneric,
+     Converter::SceneInfo,
+     {RangeClass::Integer, -64, 64, 0, 255},
+     "26.x"},
+    {27, 0, 32, ivtDWord, TavDP::vstGeneric, Converter::Integer32Unsigned,
+     LongInts(0, 4294967295.0), "27.x"},
     {236, 0, 8, ivtByte, TavDP::vstGeneric, Converter::Byte8Unsigned, Ints(0, 255), "236.x"},
-    {232, 0, 24, ivtDWord, TavDP::vstGeneric, Converter::Integer24Unsigned, LongInts(0, 16777215), "232.x"},
+    {232, 0, 24, ivtDWord, TavDP::vstGeneric, Converter::Integer24Unsigned, LongInts(0, 16777215),
+     "232.x"},
     {238, 0, 8, ivtByte, TavDP::vstGeneric, Converter::Byte8Unsigned, Ints(0, 255), "238.x"},
 };
 
@@ -346,7 +384,7 @@ struct DefaultBySize {
   std::uint16_t subNumber;
 };
 inline constexpr DefaultBySize kDefaultsBySize[] = {
-    {1, 1, 1},  {2, 2, 1},   {4, 3, 7},   {8, 5, 0},    {16, 9, 0},   {24, 10, 1},
+    {1, 1, 1},   {2, 2, 1},    {4, 3, 7},    {8, 5, 0},   {16, 9, 0},   {24, 10, 1},
     {32, 14, 0}, {40, 218, 0}, {48, 219, 1}, {64, 19, 1}, {112, 16, 1},
 };
 

@@ -37,19 +37,29 @@ void Docket::SetContent(std::string reply, std::string deliveryError, bool isRep
   m_answered = isAnswered;
 }
 
-bool Docket::IsReplyValid() const { return m_replyValid; }
+bool Docket::IsReplyValid() const {
+  return m_replyValid;
+}
 
-bool Docket::IsAnswered() const { return m_answered; }
+bool Docket::IsAnswered() const {
+  return m_answered;
+}
 
-const std::string& Docket::ReadReply() const { return m_reply; }
+const std::string& Docket::ReadReply() const {
+  return m_reply;
+}
 
-const std::string& Docket::ReadDeliveryError() const { return m_deliveryError; }
+const std::string& Docket::ReadDeliveryError() const {
+  return m_deliveryError;
+}
 namespace {
 
 using SteadyClock = boost::chrono::steady_clock;
 using boost::posix_time::time_duration;
 
-bool AlwaysRelevant() { return true; }
+bool AlwaysRelevant() {
+  return true;
+}
 
 // A time-out as Boost's stream output writes a time_duration
 // ("00:00:00.500000", "+infinity"); to_simple_string writes the same text
@@ -68,12 +78,15 @@ constexpr std::int64_t kLongestTimedWaitSeconds = std::numeric_limits<std::int32
 // time-outs end at once.
 boost::optional<SteadyClock::time_point> DeadlineAfter(const time_duration& timeout) {
   const SteadyClock::time_point now = SteadyClock::now();
-  if (timeout.is_pos_infinity()) return boost::none;
-  if (timeout.is_special() || timeout.is_negative()) return now;
+  if (timeout.is_pos_infinity())
+    return boost::none;
+  if (timeout.is_special() || timeout.is_negative())
+    return now;
   constexpr std::int64_t nanosPerSecond = 1000000000;
   const std::int64_t ticksPerSecond = time_duration::ticks_per_second();
   const std::int64_t seconds = timeout.ticks() / ticksPerSecond;
-  if (seconds >= kLongestTimedWaitSeconds) return boost::none;
+  if (seconds >= kLongestTimedWaitSeconds)
+    return boost::none;
   const std::int64_t fraction = timeout.ticks() % ticksPerSecond;
   return now + boost::chrono::nanoseconds(seconds * nanosPerSecond +
                                           fraction * nanosPerSecond / ticksPerSecond);
@@ -81,14 +94,15 @@ boost::optional<SteadyClock::time_point> DeadlineAfter(const time_duration& time
 
 // Unregisters a request id whatever way its wait ends.
 class DocketRegistration {
-public:
-  DocketRegistration(std::map<std::string, std::weak_ptr<Docket>>& dockets, const std::string& requestId)
+ public:
+  DocketRegistration(std::map<std::string, std::weak_ptr<Docket>>& dockets,
+                     const std::string& requestId)
       : m_dockets(dockets), m_requestId(requestId) {}
   ~DocketRegistration() { m_dockets.erase(m_requestId); }
   DocketRegistration(const DocketRegistration&) = delete;
   DocketRegistration& operator=(const DocketRegistration&) = delete;
 
-private:
+ private:
   std::map<std::string, std::weak_ptr<Docket>>& m_dockets;
   const std::string& m_requestId;
 };
@@ -97,17 +111,24 @@ private:
 
 // Intended: the count is stored as retries + 1, so 0 retries still sends once.
 DscAsyncRequestMessenger::DscAsyncRequestMessenger(RequestMessengerDeviceStack& deviceStack,
-                                                   time_duration defaultTimeout, unsigned int retries)
+                                                   time_duration defaultTimeout,
+                                                   unsigned int retries)
     : m_deviceStack(deviceStack), m_defaultTimeout(defaultTimeout), m_attempts(retries + 1) {}
 
 // Does not unregister from the device stack; see UnsetAsResponseHandler().
 DscAsyncRequestMessenger::~DscAsyncRequestMessenger() = default;
 
-void DscAsyncRequestMessenger::SetAsResponseHandler() { m_deviceStack.SetResponseHandler(this); }
+void DscAsyncRequestMessenger::SetAsResponseHandler() {
+  m_deviceStack.SetResponseHandler(this);
+}
 
-void DscAsyncRequestMessenger::UnsetAsResponseHandler() { m_deviceStack.SetResponseHandler(nullptr); }
+void DscAsyncRequestMessenger::UnsetAsResponseHandler() {
+  m_deviceStack.SetResponseHandler(nullptr);
+}
 
-void DscAsyncRequestMessenger::EnableNativeFormat() { m_deviceStack.EnableNativeFormat(); }
+void DscAsyncRequestMessenger::EnableNativeFormat() {
+  m_deviceStack.EnableNativeFormat();
+}
 
 template <class DoAsyncRequest>
 Docket DscAsyncRequestMessenger::SynchronizeRequest(const DoAsyncRequest& doAsyncRequest,
@@ -129,8 +150,8 @@ Docket DscAsyncRequestMessenger::SynchronizeRequest(const DoAsyncRequest& doAsyn
     }
     if (!docket) {
       // Intended: the time-out as the caller passed it (zero for the default).
-      ZEL_LOG_ERROR("No response received for ID '" << requestId << "' with timeout " << TimeoutText(timeout)
-                                                    << ", retrying");
+      ZEL_LOG_ERROR("No response received for ID '" << requestId << "' with timeout "
+                                                    << TimeoutText(timeout) << ", retrying");
       continue;
     }
     ZEL_LOG_DEBUG("returned from waiting for response with ID '" << requestId << "': got response");
@@ -141,10 +162,9 @@ Docket DscAsyncRequestMessenger::SynchronizeRequest(const DoAsyncRequest& doAsyn
   return Docket();
 }
 
-boost::optional<Docket> DscAsyncRequestMessenger::AwaitDocket(boost::unique_lock<boost::mutex>& lock,
-                                                              const std::string& requestId,
-                                                              time_duration timeout,
-                                                              const BoolReader& isStillRelevant) {
+boost::optional<Docket> DscAsyncRequestMessenger::AwaitDocket(
+    boost::unique_lock<boost::mutex>& lock, const std::string& requestId, time_duration timeout,
+    const BoolReader& isStillRelevant) {
   const std::shared_ptr<Docket> docket = std::make_shared<Docket>();
   // Intended: insert-if-absent; a second request under an id already waited
   // for keeps the first docket, and its waiter sees the first one's answer.
@@ -152,7 +172,8 @@ boost::optional<Docket> DscAsyncRequestMessenger::AwaitDocket(boost::unique_lock
   const DocketRegistration registration(m_dockets, requestId);
   const time_duration effectiveTimeout =
       (!timeout.is_special() && timeout == time_duration(0, 0, 0)) ? m_defaultTimeout : timeout;
-  if (!WaitForAnswer(lock, requestId, effectiveTimeout, isStillRelevant)) return boost::none;
+  if (!WaitForAnswer(lock, requestId, effectiveTimeout, isStillRelevant))
+    return boost::none;
   // The answered docket is the registered one; it is ours unless the id was
   // already taken when we registered.
   const std::shared_ptr<Docket> answered = m_dockets[requestId].lock();
@@ -172,24 +193,27 @@ bool DscAsyncRequestMessenger::WaitForAnswer(boost::unique_lock<boost::mutex>& l
       ZEL_LOG_INFO("Aborted a OMB request because its result is no longer relevant");
       return false;
     }
-    if (isAnswered()) return true;
+    if (isAnswered())
+      return true;
     if (!deadline) {
       m_answerSignal.wait(lock);
     } else if (m_answerSignal.wait_until(lock, *deadline) == boost::cv_status::timeout &&
                SteadyClock::now() >= *deadline) {
       // The callback thread may have stored the answer while this wait was
       // timing out (it held the mutex then): that answer is the result.
-      if (isAnswered()) return true;
+      if (isAnswered())
+        return true;
       break;
     }
   }
   // Intended: "occured" is spelt as the device's log tooling expects it.
-  ZEL_LOG_WARN("Timeout (" << TimeoutText(timeout) << ") occured for request ID '" << requestId << "'");
+  ZEL_LOG_WARN("Timeout (" << TimeoutText(timeout) << ") occured for request ID '" << requestId
+                           << "'");
   return false;
 }
 
-void DscAsyncRequestMessenger::UpdateDocketList(const std::string& requestId, const std::string& reply,
-                                                const IError& error) {
+void DscAsyncRequestMessenger::UpdateDocketList(const std::string& requestId,
+                                                const std::string& reply, const IError& error) {
   const boost::lock_guard<boost::mutex> lock(m_mutex);
   const auto entry = m_dockets.find(requestId);
   if (entry == m_dockets.end()) {
@@ -202,7 +226,8 @@ void DscAsyncRequestMessenger::UpdateDocketList(const std::string& requestId, co
   const bool failed = error.IsFailed();
   std::string errorText = error.GetText();
   const std::shared_ptr<Docket> docket = entry->second.lock();
-  if (!docket) return;
+  if (!docket)
+    return;
   docket->SetContent(reply, std::move(errorText), !failed, true);
   m_answerSignal.notify_all();
 }
@@ -216,19 +241,22 @@ void DscAsyncRequestMessenger::OnResponse(void*, const std::string& requestId,
 
 void DscAsyncRequestMessenger::OnRegisterApplication(void*, const std::string& requestId,
                                                      const IError& error) {
-  if (error.IsFailed()) ZEL_LOG_ERROR("OMB error for request " << requestId);
+  if (error.IsFailed())
+    ZEL_LOG_ERROR("OMB error for request " << requestId);
   UpdateDocketList(requestId, std::string(), error);
 }
 
 void DscAsyncRequestMessenger::OnGetConfiguration(void*, const std::string& requestId,
                                                   const std::string& config, const IError& error) {
-  if (error.IsFailed()) ZEL_LOG_ERROR("OMB error for request " << requestId << "; config: " << config);
+  if (error.IsFailed())
+    ZEL_LOG_ERROR("OMB error for request " << requestId << "; config: " << config);
   UpdateDocketList(requestId, config, error);
 }
 
 void DscAsyncRequestMessenger::OnSetConfiguration(void*, const std::string& requestId,
                                                   const IError& error) {
-  if (error.IsFailed()) ZEL_LOG_ERROR("OMB error for request " << requestId);
+  if (error.IsFailed())
+    ZEL_LOG_ERROR("OMB error for request " << requestId);
   UpdateDocketList(requestId, std::string(), error);
 }
 
@@ -252,7 +280,8 @@ void DscAsyncRequestMessenger::OnSetValue(void*, const std::string& requestId, u
   UpdateDocketList(requestId, value, error);
 }
 
-Docket DscAsyncRequestMessenger::RegisterApplication(const std::string& name, const std::string& version,
+Docket DscAsyncRequestMessenger::RegisterApplication(const std::string& name,
+                                                     const std::string& version,
                                                      const std::string& vendor) {
   return SynchronizeRequest(
       [&] { return m_deviceStack.RegisterApplicationAsync(name, version, vendor); },

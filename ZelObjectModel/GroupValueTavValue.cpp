@@ -38,9 +38,10 @@ struct TavTimeFields {
 };
 std::ostream& operator<<(std::ostream& os, TavTimeFields fields) {
   const TAVTIME& t = fields.time;
-  return os << t.year << ' ' << unsigned{t.month} << ' ' << unsigned{t.day} << ' ' << unsigned{t.hour}
-            << ' ' << unsigned{t.minute} << ' ' << unsigned{t.second} << ' ' << t.millisecond << ' '
-            << t.weekDays << ' ' << (t.utc ? 1 : 0) << ' ' << (t.dst ? 1 : 0);
+  return os << t.year << ' ' << unsigned{t.month} << ' ' << unsigned{t.day} << ' '
+            << unsigned{t.hour} << ' ' << unsigned{t.minute} << ' ' << unsigned{t.second} << ' '
+            << t.millisecond << ' ' << t.weekDays << ' ' << (t.utc ? 1 : 0) << ' '
+            << (t.dst ? 1 : 0);
 }
 
 // The eight octets of DPT 19.001 for `time`: the date and the time of day
@@ -53,7 +54,8 @@ KnxStack::GroupValue DateAndTime(const TAVTIME& time) {
     return Layout::WriteDateTime({1970, 1, 1, 0, 0, 0, 0, 0x24});
   }
   const std::int64_t seconds = time.hour * 3600L + time.minute * 60L + time.second;
-  const std::int64_t days = Layout::DaysFromCivil(time.year, time.month, time.day) + seconds / 86400;
+  const std::int64_t days =
+      Layout::DaysFromCivil(time.year, time.month, time.day) + seconds / 86400;
   const std::int64_t secondOfDay = seconds % 86400;
   const Layout::CivilDate date = Layout::CivilFromDays(days);
   return Layout::WriteDateTime({date.year, date.month, date.day, Layout::WeekdayFromDays(days),
@@ -86,28 +88,18 @@ boost::optional<KnxStack::GroupValue> TavValueToGroupValue(const TAVVALUE& value
   KnxStack::GroupValue group;
   const TavValueType expected = ExpectedType(dptCode);
   if (value.ivt != expected) {
-    ZEL_LOG_ERROR("Value type mismatch: Expected '" << TAVVALUE::GetNameFromValueType(expected)
-                                                    << "', got '"
-                                                    << TAVVALUE::GetNameFromValueType(value.ivt) << "'");
+    ZEL_LOG_ERROR("Value type mismatch: Expected '"
+                  << TAVVALUE::GetNameFromValueType(expected) << "', got '"
+                  << TAVVALUE::GetNameFromValueType(value.ivt) << "'");
     return boost::none;
   }
   const unsigned long main = Layout::MainOfCode(dptCode);
   switch (Catalogue::Main(main).encoding) {
-    case Encoding::Boolean:
-      group.SetAsBoolean(value.GetByte() != 0);
-      break;
-    case Encoding::Unsigned2:
-      group.SetAsUnsigned2(value.GetByte());
-      break;
-    case Encoding::Unsigned4:
-      group.SetAsUnsigned4(value.GetByte());
-      break;
-    case Encoding::Unsigned8:
-      group.SetAsUnsigned8(value.GetByte());
-      break;
-    case Encoding::Signed8:
-      group.SetAsSigned8(static_cast<std::int8_t>(value.GetByte()));
-      break;
+    case Encoding::Boolean: group.SetAsBoolean(value.GetByte() != 0); break;
+    case Encoding::Unsigned2: group.SetAsUnsigned2(value.GetByte()); break;
+    case Encoding::Unsigned4: group.SetAsUnsigned4(value.GetByte()); break;
+    case Encoding::Unsigned8: group.SetAsUnsigned8(value.GetByte()); break;
+    case Encoding::Signed8: group.SetAsSigned8(static_cast<std::int8_t>(value.GetByte())); break;
     case Encoding::Unsigned16Clamped: {
       std::uint32_t v = value.GetDWord();
       if (v > 65535) {
@@ -124,7 +116,9 @@ boost::optional<KnxStack::GroupValue> TavValueToGroupValue(const TAVVALUE& value
         // Saturated and sent, not refused (intended).
         ZEL_LOG_ERROR("Value out of range: " << v << " (DPT 8)");
       }
-      group.SetAsSigned16(static_cast<std::int16_t>(v < INT16_MIN ? INT16_MIN : v > INT16_MAX ? INT16_MAX : v));
+      group.SetAsSigned16(static_cast<std::int16_t>(v < INT16_MIN   ? INT16_MIN
+                                                    : v > INT16_MAX ? INT16_MAX
+                                                                    : v));
       break;
     }
     case Encoding::Float16:
@@ -136,7 +130,8 @@ boost::optional<KnxStack::GroupValue> TavValueToGroupValue(const TAVVALUE& value
     case Encoding::TimeOfDay: {
       const boost::optional<ZelApp::TimeOfDay> time = ZelApp::FromTavTime(value.GetTime());
       if (!time) {
-        ZEL_LOG_ERROR("Could not convert TAVTIME " << TavTimeFields{value.GetTime()} << " to TimeOfDay");
+        ZEL_LOG_ERROR("Could not convert TAVTIME " << TavTimeFields{value.GetTime()}
+                                                   << " to TimeOfDay");
         return boost::none;
       }
       Layout::WriteTimeOfDay(*time, group);
@@ -151,15 +146,9 @@ boost::optional<KnxStack::GroupValue> TavValueToGroupValue(const TAVVALUE& value
       group.SetAsDate(t.day, t.month, t.year);  // the setter takes day, month, year
       break;
     }
-    case Encoding::Unsigned32:
-      group.SetAsUnsigned32(value.GetDWord());
-      break;
-    case Encoding::Signed32:
-      group.SetAsSigned32(value.GetInteger());
-      break;
-    case Encoding::Float32:
-      group.SetAsFloat32(NarrowToFloat(value.GetDouble()));
-      break;
+    case Encoding::Unsigned32: group.SetAsUnsigned32(value.GetDWord()); break;
+    case Encoding::Signed32: group.SetAsSigned32(value.GetInteger()); break;
+    case Encoding::Float32: group.SetAsFloat32(NarrowToFloat(value.GetDouble())); break;
     case Encoding::String14: {
       const std::string& text = value.GetString();
       if (!utf8::is_valid(text.begin(), text.end())) {
@@ -175,12 +164,8 @@ boost::optional<KnxStack::GroupValue> TavValueToGroupValue(const TAVVALUE& value
       }
       group.SetAsUnsigned8(value.GetByte());
       break;
-    case Encoding::DateTime:
-      group = DateAndTime(value.GetTime());
-      break;
-    case Encoding::Unsigned24:
-      group = Layout::WriteUnsigned24(value.GetDWord());
-      break;
+    case Encoding::DateTime: group = DateAndTime(value.GetTime()); break;
+    case Encoding::Unsigned24: group = Layout::WriteUnsigned24(value.GetDWord()); break;
     case Encoding::None:
       // "Value type" names the DPT main number; the text is kept as it is.
       ZEL_LOG_ERROR("Value type " << main << " not supported (dwDPT=" << dptCode << " with value='"
@@ -231,32 +216,25 @@ boost::optional<std::string> ValidUtf8(std::string text) {
 boost::optional<TAVVALUE> Decode(const KnxStack::GroupValue& value, unsigned long dptCode,
                                  TavValueType expected, const Caller& caller) {
   switch (Catalogue::Main(Layout::MainOfCode(dptCode)).decoding) {
-    case Decoding::Boolean:
-      return ToTavValue(value.GetAsBoolean(), expected);
-    case Decoding::Unsigned2:
-      return ToTavValue<unsigned char>(value.GetAsUnsigned2(), expected);
-    case Decoding::Unsigned3:
-      return ToTavValue<unsigned char>(value.GetAsUnsigned3(), expected);
-    case Decoding::Unsigned4:
-      return ToTavValue<unsigned char>(value.GetAsUnsigned4(), expected);
-    case Decoding::Unsigned8:
-      return ToTavValue<unsigned char>(value.GetAsUnsigned8(), expected);
+    case Decoding::Boolean: return ToTavValue(value.GetAsBoolean(), expected);
+    case Decoding::Unsigned2: return ToTavValue<unsigned char>(value.GetAsUnsigned2(), expected);
+    case Decoding::Unsigned3: return ToTavValue<unsigned char>(value.GetAsUnsigned3(), expected);
+    case Decoding::Unsigned4: return ToTavValue<unsigned char>(value.GetAsUnsigned4(), expected);
+    case Decoding::Unsigned8: return ToTavValue<unsigned char>(value.GetAsUnsigned8(), expected);
     case Decoding::Signed8AsByte:
       return ToTavValue(static_cast<unsigned char>(value.GetAsSigned8()), expected);
-    case Decoding::Unsigned16:
-      return ToTavValue<unsigned short>(value.GetAsUnsigned16(), expected);
-    case Decoding::Signed16:
-      return ToTavValue<short>(value.GetAsSigned16(), expected);
-    case Decoding::Float16:
-      return ToTavValue<double>(value.GetAsFloat16(), expected);
+    case Decoding::Unsigned16: return ToTavValue<unsigned short>(value.GetAsUnsigned16(), expected);
+    case Decoding::Signed16: return ToTavValue<short>(value.GetAsSigned16(), expected);
+    case Decoding::Float16: return ToTavValue<double>(value.GetAsFloat16(), expected);
     case Decoding::TimeOfDay: {
       int hour = 0;
       int minute = 0;
       int second = 0;
       KnxStack::GroupValue::DayOfWeek day = KnxStack::GroupValue::NoDay;
       if (!value.GetAsTimeOfDay(&hour, &minute, &second, &day)) {
-        ZEL_LOG_AT_FUNCTION(log4cplus::WARN_LOG_LEVEL, ZEL_LOG_SOURCE, caller.function, caller.signature,
-                            "Received invalid DPT 10 time of day: " << hour << ":" << minute << ":" << second);
+        ZEL_LOG_AT_FUNCTION(
+            log4cplus::WARN_LOG_LEVEL, ZEL_LOG_SOURCE, caller.function, caller.signature,
+            "Received invalid DPT 10 time of day: " << hour << ":" << minute << ":" << second);
         return boost::none;
       }
       if (expected != ivtDayTime) {
@@ -269,13 +247,15 @@ boost::optional<TAVVALUE> Decode(const KnxStack::GroupValue& value, unsigned lon
     case Decoding::Date: {
       const KnxStack::BinaryData& raw = value.GetRawData();
       if (raw.GetLength() != 3) {
-        ZEL_LOG_AT_FUNCTION(log4cplus::WARN_LOG_LEVEL, ZEL_LOG_SOURCE, caller.function, caller.signature,
+        ZEL_LOG_AT_FUNCTION(log4cplus::WARN_LOG_LEVEL, ZEL_LOG_SOURCE, caller.function,
+                            caller.signature,
                             "Received an invalid DPT 11.001 date from the KNX: Length in bytes is "
                                 << raw.GetLength() << ", expected 3");
         return boost::none;
       }
       if (raw.GetUInt8Value(2) >= 100) {
-        ZEL_LOG_AT_FUNCTION(log4cplus::WARN_LOG_LEVEL, ZEL_LOG_SOURCE, caller.function, caller.signature,
+        ZEL_LOG_AT_FUNCTION(log4cplus::WARN_LOG_LEVEL, ZEL_LOG_SOURCE, caller.function,
+                            caller.signature,
                             "Received an invalid DPT 11.001 date from the KNX: Year "
                                 << unsigned{raw.GetUInt8Value(2)} << " is out of range (0-99)");
         return boost::none;
@@ -285,9 +265,10 @@ boost::optional<TAVVALUE> Decode(const KnxStack::GroupValue& value, unsigned lon
       int year = 0;
       value.GetAsDate(&day, &month, &year);
       if (year < 1990 || year > 2089 || month < 1 || month > 12 || day < 1 || day > 31) {
-        ZEL_LOG_AT_FUNCTION(log4cplus::WARN_LOG_LEVEL, ZEL_LOG_SOURCE, caller.function, caller.signature,
-                            "Received an invalid DPT 11.001 date from the KNX: " << year << "-" << month
-                                                                                 << "-" << day);
+        ZEL_LOG_AT_FUNCTION(
+            log4cplus::WARN_LOG_LEVEL, ZEL_LOG_SOURCE, caller.function, caller.signature,
+            "Received an invalid DPT 11.001 date from the KNX: " << year << "-" << month << "-"
+                                                                 << day);
         return boost::none;
       }
       // A day beyond its month raises the calendar's bad-day-of-month error.
@@ -298,13 +279,11 @@ boost::optional<TAVVALUE> Decode(const KnxStack::GroupValue& value, unsigned lon
     case Decoding::Raw32:
       // Four raw octets (three for 232.x), while encoding writes three for 232 (intended).
       return ToTavValue<unsigned long>(Layout::ReadRaw32(value), expected);
-    case Decoding::Signed32:
-      return ToTavValue<long>(value.GetAsSigned32(), expected);
-    case Decoding::Float32:
-      return ToTavValue<float>(value.GetAsFloat32(), expected);
+    case Decoding::Signed32: return ToTavValue<long>(value.GetAsSigned32(), expected);
+    case Decoding::Float32: return ToTavValue<float>(value.GetAsFloat32(), expected);
     case Decoding::String14:
-      return StringValueOf(UndefinedBehaviourIfNone(ValidUtf8(
-                               getUTF8FromLatin1(KnxStyleString(value.GetAsString14())))),
+      return StringValueOf(UndefinedBehaviourIfNone(
+                               ValidUtf8(getUTF8FromLatin1(KnxStyleString(value.GetAsString14())))),
                            expected);
     case Decoding::DateTime: {
       // The weekday bits and the flags are not read. A month or day of 0
@@ -316,21 +295,23 @@ boost::optional<TAVVALUE> Decode(const KnxStack::GroupValue& value, unsigned lon
       const std::int64_t secondOfDay = seconds % 86400;
       const Layout::CivilDate date =
           Layout::CivilFromDays(Layout::DaysFromCivil(f.year, f.month, f.day) + seconds / 86400);
-      return TimeValueOf(static_cast<std::uint16_t>(date.year), static_cast<std::uint8_t>(date.month),
-                         static_cast<std::uint8_t>(date.day), static_cast<std::uint8_t>(secondOfDay / 3600),
+      return TimeValueOf(static_cast<std::uint16_t>(date.year),
+                         static_cast<std::uint8_t>(date.month), static_cast<std::uint8_t>(date.day),
+                         static_cast<std::uint8_t>(secondOfDay / 3600),
                          static_cast<std::uint8_t>(secondOfDay / 60 % 60),
                          static_cast<std::uint8_t>(secondOfDay % 60), expected);
     }
-    case Decoding::None:
-      return boost::none;  // a main number with a value type but no decoding
+    case Decoding::None: return boost::none;  // a main number with a value type but no decoding
   }
   return boost::none;
 }
 
 }  // namespace
 
-boost::optional<TAVVALUE> GroupValueToTavValue(const KnxStack::GroupValue& value, unsigned long dptCode) {
-  const MeasureDuration timer("Decoding a KNX value took ", boost::timer::nanosecond_type(100000000));
+boost::optional<TAVVALUE> GroupValueToTavValue(const KnxStack::GroupValue& value,
+                                               unsigned long dptCode) {
+  const MeasureDuration timer("Decoding a KNX value took ",
+                              boost::timer::nanosecond_type(100000000));
   const TavValueType expected = ExpectedType(dptCode);
   if (expected == ivtEmpty) {
     ZEL_LOG_ERROR("Unsupported DPT: " << CodeText{dptCode});
@@ -346,7 +327,8 @@ boost::optional<TAVVALUE> GroupValueToTavValue(const KnxStack::GroupValue& value
   } catch (const KnxStack::GroupValueException& e) {
     // Possible for main numbers with a value type but no DPT-table row,
     // whose check accepts any size: empty, never an exception.
-    ZEL_LOG_ERROR("Received a group value too short for DPT " << CodeText{dptCode} << ": " << e.what());
+    ZEL_LOG_ERROR("Received a group value too short for DPT " << CodeText{dptCode} << ": "
+                                                              << e.what());
     return boost::none;
   }
 }

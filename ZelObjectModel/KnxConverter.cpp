@@ -38,8 +38,9 @@ struct DecodeTrace {
   const KnxStack::GroupValue& group;
 };
 std::ostream& operator<<(std::ostream& os, const DecodeTrace& trace) {
-  return os << "DPT is used. DPT = " << DptText{trace.dpt} << " grp.size="
-            << trace.group.GetDefinedSize() << " grp.val=" << trace.group.GetRawData().ToString();
+  return os << "DPT is used. DPT = " << DptText{trace.dpt}
+            << " grp.size=" << trace.group.GetDefinedSize()
+            << " grp.val=" << trace.group.GetRawData().ToString();
 }
 
 // The first pair of a range, inclusive at both ends.
@@ -51,7 +52,9 @@ bool InFirstPair(const FloatRange& range, double value) {
   return range.m_firstLower <= value && value <= range.m_firstUpper;
 }
 
-unsigned Number(std::uint8_t octet) { return octet; }
+unsigned Number(std::uint8_t octet) {
+  return octet;
+}
 
 }  // namespace
 
@@ -161,8 +164,7 @@ void FloatIntegerRange::CalculateScaleFactor() {
   m_scaleFactor = factor;
 }
 
-FloatRange::FloatRange(double firstLower, double firstUpper, double secondLower,
-                       double secondUpper)
+FloatRange::FloatRange(double firstLower, double firstUpper, double secondLower, double secondUpper)
     : m_firstLower(firstLower),
       m_firstUpper(firstUpper),
       m_secondLower(secondLower),
@@ -218,8 +220,7 @@ std::string ToString(const FloatIntegerRange& r) {
                    r.m_integerUpper);
 }
 std::string ToString(const FloatRange& r) {
-  return RangeText("FloatRange", r.m_firstLower, r.m_firstUpper, r.m_secondLower,
-                   r.m_secondUpper);
+  return RangeText("FloatRange", r.m_firstLower, r.m_firstUpper, r.m_secondLower, r.m_secondUpper);
 }
 
 // ---------------------------------------------------------------------------
@@ -399,8 +400,9 @@ bool KnxConverter8BitString::FromKnxValue(const KNXDPT& dpt, const KnxStack::Gro
   }
   value.ivt = ivtString;
   // NUL is the empty text, as an empty text encodes to NUL.
-  value.SetString(octet == 0 ? std::string()
-                             : getUTF8FromLatin1(KnxStyleString(std::string(1, static_cast<char>(octet)))));
+  value.SetString(
+      octet == 0 ? std::string()
+                 : getUTF8FromLatin1(KnxStyleString(std::string(1, static_cast<char>(octet)))));
   return true;
 }
 
@@ -519,7 +521,7 @@ bool KnxConverterByte8BitUnsigned::FromKnxValue(const KNXDPT& dpt,
   const std::uint8_t octet = group.GetAsUnsigned8();
   if (!InFirstPair(m_range, static_cast<std::int32_t>(octet))) {
     ZEL_LOG_ERROR("Value out of raw range " << ToString(m_range) << " for DPT " << DptText{dpt}
-                                         << "; value was " << Number(octet));
+                                            << "; value was " << Number(octet));
     return false;
   }
   value.ivt = ivtByte;
@@ -549,7 +551,9 @@ bool KnxConverterInteger8BitSigned::FromKnxValue(const KNXDPT& dpt,
 }
 
 namespace {
-bool IsOneHotMode(unsigned mode) { return mode == 1 || mode == 2 || mode == 4; }
+bool IsOneHotMode(unsigned mode) {
+  return mode == 1 || mode == 2 || mode == 4;
+}
 }  // namespace
 
 bool KnxConverterStatus8Bit::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
@@ -565,7 +569,7 @@ bool KnxConverterStatus8Bit::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value
   const unsigned mode = group.GetAsUnsigned3();
   if (!IsOneHotMode(mode)) {
     ZEL_LOG_ERROR("The internal value of DPT=" << DptText{dpt} << ", f=" << mode
-                                            << " is out of the allowed range.");
+                                               << " is out of the allowed range.");
     return false;
   }
   return true;
@@ -581,7 +585,7 @@ bool KnxConverterStatus8Bit::FromKnxValue(const KNXDPT& dpt, const KnxStack::Gro
   const unsigned mode = static_cast<std::uint8_t>(group.GetAsSigned8()) & 0x07u;
   if (!IsOneHotMode(mode)) {
     ZEL_LOG_ERROR("The internal value of DPT=" << DptText{dpt} << ", f=" << mode
-                                            << " is out of the allowed range.");
+                                               << " is out of the allowed range.");
     return false;
   }
   value.ivt = ivtByte;
@@ -652,7 +656,7 @@ bool KnxConverterInteger24BitUnsigned::ToKnxValue(const KNXDPT& dpt, const TAVVA
   const std::uint32_t u = value.GetDWord();
   if (!InFirstPair(m_range, static_cast<std::int64_t>(u))) {
     ZEL_LOG_ERROR("The internal value of DPT=" << DptText{dpt} << ", ivt=" << value.ivt
-                                            << " is out of range: " << u);
+                                               << " is out of range: " << u);
     return false;
   }
   group = Layout::WriteUnsigned24(u);
@@ -666,7 +670,7 @@ bool KnxConverterInteger24BitUnsigned::FromKnxValue(const KNXDPT& dpt,
   const std::uint32_t u = Layout::ReadRaw32(group);
   if (!InFirstPair(m_range, static_cast<std::int64_t>(u))) {
     ZEL_LOG_ERROR("The internal value of DPT=" << DptText{dpt} << ", ivt=" << value.ivt
-                                            << " is out of range: " << u);
+                                               << " is out of range: " << u);
     return false;
   }
   value.ivt = ivtDWord;
@@ -685,7 +689,7 @@ bool KnxConverterInteger32BitUnsigned::ToKnxValue(const KNXDPT& dpt, const TAVVA
   const std::uint32_t u = value.GetDWord();
   if (!InFirstPair(m_range, static_cast<std::int64_t>(u))) {
     ZEL_LOG_ERROR("The internal value of DPT=" << DptText{dpt} << ", ivt=" << value.ivt
-                                            << " is out of range: " << u);
+                                               << " is out of range: " << u);
     return false;
   }
   group.SetAsUnsigned32(u);
@@ -699,7 +703,7 @@ bool KnxConverterInteger32BitUnsigned::FromKnxValue(const KNXDPT& dpt,
   const std::uint32_t u = group.GetAsUnsigned32();
   if (!InFirstPair(m_range, static_cast<std::int64_t>(u))) {
     ZEL_LOG_ERROR("The internal value of DPT=" << DptText{dpt} << ", ivt=" << value.ivt
-                                            << " is out of range: " << u);
+                                               << " is out of range: " << u);
     return false;
   }
   value.SetDWord(u);
@@ -732,7 +736,7 @@ bool KnxConverterInteger32BitSigned::ToKnxValue(const KNXDPT& dpt, const TAVVALU
   const std::int64_t raw = ScaleToRaw(m_range, v);
   if (!InFirstPair(m_range, v) || !InFirstPair(m_range, raw)) {
     ZEL_LOG_ERROR("The internal value of DPT=" << DptText{dpt} << ", ivt=" << value.ivt
-                                            << " is out of range: " << v);
+                                               << " is out of range: " << v);
     return false;
   }
   group.SetAsSigned32(static_cast<std::int32_t>(raw));
@@ -777,15 +781,14 @@ bool KnxConverterFloat16BitFloat::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& 
   const double f = value.GetDouble();
   if (!InFirstPair(m_range, f)) {  // a NaN fails here too
     ZEL_LOG_ERROR("The internal value of DPT=" << DptText{dpt} << ", f=" << f
-                                            << " is out of the allowed range.");
+                                               << " is out of the allowed range.");
     return false;
   }
   group.SetAsFloat16(f);
   return true;
 }
 
-bool KnxConverterFloat16BitFloat::FromKnxValue(const KNXDPT& dpt,
-                                               const KnxStack::GroupValue& group,
+bool KnxConverterFloat16BitFloat::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
                                                TAVVALUE& value) {
   ZEL_LOG_DEBUG(DecodeTrace(dpt, group));
   if (group.GetAsUnsigned16() == 0x7FFF) {  // KNX invalid data: no value
@@ -798,7 +801,7 @@ bool KnxConverterFloat16BitFloat::FromKnxValue(const KNXDPT& dpt,
   value.SetDouble(f);
   if (!InFirstPair(m_range, f)) {
     ZEL_LOG_ERROR("The internal value of DPT=" << DptText{dpt} << ", f=" << f
-                                            << " is out of the allowed range.");
+                                               << " is out of the allowed range.");
     return false;
   }
   return true;
@@ -820,8 +823,7 @@ bool KnxConverterFloat32BitFloat::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& 
   return true;
 }
 
-bool KnxConverterFloat32BitFloat::FromKnxValue(const KNXDPT& dpt,
-                                               const KnxStack::GroupValue& group,
+bool KnxConverterFloat32BitFloat::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
                                                TAVVALUE& value) {
   ZEL_LOG_DEBUG(DecodeTrace(dpt, group));
   if (dpt.mainNumber != 14) {
@@ -1103,8 +1105,8 @@ bool KnxConverterDateTime::ToKnxValue(const KNXDPT& dpt, const TAVVALUE& value,
   if (t.dst) {
     flags |= Layout::kDateTimeSummerTime;
   }
-  group = Layout::WriteDateTime({t.year, t.month, t.day, static_cast<unsigned>(day), t.hour,
-                                 t.minute, t.second, flags});
+  group = Layout::WriteDateTime(
+      {t.year, t.month, t.day, static_cast<unsigned>(day), t.hour, t.minute, t.second, flags});
   return true;
 }
 
@@ -1120,9 +1122,9 @@ bool KnxConverterDateTime::FromKnxValue(const KNXDPT& dpt, const KnxStack::Group
   constexpr std::uint8_t kRefusedFlags = Layout::kDateTimeFault | Layout::kDateTimeNoYear |
                                          Layout::kDateTimeNoDate | Layout::kDateTimeNoTime;
   if ((f.flags & kRefusedFlags) != 0 ||
-      (!endOfDay && !TAVTIME::IsValidTime(static_cast<std::uint8_t>(f.hour),
-                                          static_cast<std::uint8_t>(f.minute),
-                                          static_cast<std::uint8_t>(f.second)))) {
+      (!endOfDay &&
+       !TAVTIME::IsValidTime(static_cast<std::uint8_t>(f.hour), static_cast<std::uint8_t>(f.minute),
+                             static_cast<std::uint8_t>(f.second)))) {
     ZEL_LOG_ERROR(InvalidDateTime(f.year, f.month, f.day, f.hour, f.minute, f.second));
     return false;
   }
@@ -1133,7 +1135,8 @@ bool KnxConverterDateTime::FromKnxValue(const KNXDPT& dpt, const KnxStack::Group
     return false;
   }
   if (endOfDay) {
-    const Layout::CivilDate next = Layout::CivilFromDays(Layout::DaysFromCivil(f.year, f.month, f.day) + 1);
+    const Layout::CivilDate next =
+        Layout::CivilFromDays(Layout::DaysFromCivil(f.year, f.month, f.day) + 1);
     f.year = next.year;
     f.month = next.month;
     f.day = next.day;
@@ -1158,64 +1161,117 @@ bool KnxConverterDateTime::FromKnxValue(const KNXDPT& dpt, const KnxStack::Group
 
 KnxConverter::~KnxConverter() = default;
 
-KnxConverter* KnxConverterDefault::Clone() const { return new KnxConverterDefault(*this); }
+KnxConverter* KnxConverterDefault::Clone() const {
+  return new KnxConverterDefault(*this);
+}
 
-KnxConverter* KnxConverter1Bit::Clone() const { return new KnxConverter1Bit(*this); }
+KnxConverter* KnxConverter1Bit::Clone() const {
+  return new KnxConverter1Bit(*this);
+}
 
-KnxConverter* KnxConverter2Bit::Clone() const { return new KnxConverter2Bit(*this); }
+KnxConverter* KnxConverter2Bit::Clone() const {
+  return new KnxConverter2Bit(*this);
+}
 
 KnxConverter4Bit::KnxConverter4Bit(const FloatIntegerRange& range) : m_range(range) {}
-KnxConverter* KnxConverter4Bit::Clone() const { return new KnxConverter4Bit(*this); }
+KnxConverter* KnxConverter4Bit::Clone() const {
+  return new KnxConverter4Bit(*this);
+}
 
 KnxConverter8BitString::KnxConverter8BitString(const IntegerRange& range) : m_range(range) {}
-KnxConverter* KnxConverter8BitString::Clone() const { return new KnxConverter8BitString(*this); }
+KnxConverter* KnxConverter8BitString::Clone() const {
+  return new KnxConverter8BitString(*this);
+}
 
-KnxConverterByte8BitUnsigned::KnxConverterByte8BitUnsigned(const IntegerRange& range) : m_range(range) {}
-KnxConverter* KnxConverterByte8BitUnsigned::Clone() const { return new KnxConverterByte8BitUnsigned(*this); }
+KnxConverterByte8BitUnsigned::KnxConverterByte8BitUnsigned(const IntegerRange& range)
+    : m_range(range) {}
+KnxConverter* KnxConverterByte8BitUnsigned::Clone() const {
+  return new KnxConverterByte8BitUnsigned(*this);
+}
 
-KnxConverterInteger8BitSigned::KnxConverterInteger8BitSigned(const IntegerRange& range) : m_range(range) {}
-KnxConverter* KnxConverterInteger8BitSigned::Clone() const { return new KnxConverterInteger8BitSigned(*this); }
+KnxConverterInteger8BitSigned::KnxConverterInteger8BitSigned(const IntegerRange& range)
+    : m_range(range) {}
+KnxConverter* KnxConverterInteger8BitSigned::Clone() const {
+  return new KnxConverterInteger8BitSigned(*this);
+}
 
 KnxConverterStatus8Bit::KnxConverterStatus8Bit(const IntegerRange& range) : m_range(range) {}
-KnxConverter* KnxConverterStatus8Bit::Clone() const { return new KnxConverterStatus8Bit(*this); }
+KnxConverter* KnxConverterStatus8Bit::Clone() const {
+  return new KnxConverterStatus8Bit(*this);
+}
 
-KnxConverterInteger16BitUnsigned::KnxConverterInteger16BitUnsigned(const IntegerRange& range) : m_range(range) {}
-KnxConverter* KnxConverterInteger16BitUnsigned::Clone() const { return new KnxConverterInteger16BitUnsigned(*this); }
+KnxConverterInteger16BitUnsigned::KnxConverterInteger16BitUnsigned(const IntegerRange& range)
+    : m_range(range) {}
+KnxConverter* KnxConverterInteger16BitUnsigned::Clone() const {
+  return new KnxConverterInteger16BitUnsigned(*this);
+}
 
-KnxConverterInteger16BitSigned::KnxConverterInteger16BitSigned(const IntegerRange& range) : m_range(range) {}
-KnxConverter* KnxConverterInteger16BitSigned::Clone() const { return new KnxConverterInteger16BitSigned(*this); }
+KnxConverterInteger16BitSigned::KnxConverterInteger16BitSigned(const IntegerRange& range)
+    : m_range(range) {}
+KnxConverter* KnxConverterInteger16BitSigned::Clone() const {
+  return new KnxConverterInteger16BitSigned(*this);
+}
 
-KnxConverterFloat16BitFloat::KnxConverterFloat16BitFloat(const FloatRange& range) : m_range(range) {}
-KnxConverter* KnxConverterFloat16BitFloat::Clone() const { return new KnxConverterFloat16BitFloat(*this); }
+KnxConverterFloat16BitFloat::KnxConverterFloat16BitFloat(const FloatRange& range)
+    : m_range(range) {}
+KnxConverter* KnxConverterFloat16BitFloat::Clone() const {
+  return new KnxConverterFloat16BitFloat(*this);
+}
 
-KnxConverterFloat32BitFloat::KnxConverterFloat32BitFloat(const FloatRange& range) : m_range(range) {}
-KnxConverter* KnxConverterFloat32BitFloat::Clone() const { return new KnxConverterFloat32BitFloat(*this); }
+KnxConverterFloat32BitFloat::KnxConverterFloat32BitFloat(const FloatRange& range)
+    : m_range(range) {}
+KnxConverter* KnxConverterFloat32BitFloat::Clone() const {
+  return new KnxConverterFloat32BitFloat(*this);
+}
 
-KnxConverterInteger24BitUnsigned::KnxConverterInteger24BitUnsigned(const LongIntegerRange& range) : m_range(range) {}
-KnxConverter* KnxConverterInteger24BitUnsigned::Clone() const { return new KnxConverterInteger24BitUnsigned(*this); }
+KnxConverterInteger24BitUnsigned::KnxConverterInteger24BitUnsigned(const LongIntegerRange& range)
+    : m_range(range) {}
+KnxConverter* KnxConverterInteger24BitUnsigned::Clone() const {
+  return new KnxConverterInteger24BitUnsigned(*this);
+}
 
-KnxConverterInteger32BitUnsigned::KnxConverterInteger32BitUnsigned(const LongIntegerRange& range) : m_range(range) {}
-KnxConverter* KnxConverterInteger32BitUnsigned::Clone() const { return new KnxConverterInteger32BitUnsigned(*this); }
+KnxConverterInteger32BitUnsigned::KnxConverterInteger32BitUnsigned(const LongIntegerRange& range)
+    : m_range(range) {}
+KnxConverter* KnxConverterInteger32BitUnsigned::Clone() const {
+  return new KnxConverterInteger32BitUnsigned(*this);
+}
 
-KnxConverterInteger32BitSigned::KnxConverterInteger32BitSigned(const IntegerRange& range) : m_range(range) {}
-KnxConverter* KnxConverterInteger32BitSigned::Clone() const { return new KnxConverterInteger32BitSigned(*this); }
+KnxConverterInteger32BitSigned::KnxConverterInteger32BitSigned(const IntegerRange& range)
+    : m_range(range) {}
+KnxConverter* KnxConverterInteger32BitSigned::Clone() const {
+  return new KnxConverterInteger32BitSigned(*this);
+}
 
 KnxConverter14ByteString::KnxConverter14ByteString(const IntegerRange& range) : m_range(range) {}
-KnxConverter* KnxConverter14ByteString::Clone() const { return new KnxConverter14ByteString(*this); }
+KnxConverter* KnxConverter14ByteString::Clone() const {
+  return new KnxConverter14ByteString(*this);
+}
 
-KnxConverter* KnxConverterTimeOfDay::Clone() const { return new KnxConverterTimeOfDay(*this); }
+KnxConverter* KnxConverterTimeOfDay::Clone() const {
+  return new KnxConverterTimeOfDay(*this);
+}
 
-KnxConverter* KnxConverterDate::Clone() const { return new KnxConverterDate(*this); }
+KnxConverter* KnxConverterDate::Clone() const {
+  return new KnxConverterDate(*this);
+}
 
-KnxConverter* KnxConverterDateTime::Clone() const { return new KnxConverterDateTime(*this); }
+KnxConverter* KnxConverterDateTime::Clone() const {
+  return new KnxConverterDateTime(*this);
+}
 
 KnxConverterSceneNumber::KnxConverterSceneNumber(const IntegerRange& range) : m_range(range) {}
-KnxConverter* KnxConverterSceneNumber::Clone() const { return new KnxConverterSceneNumber(*this); }
+KnxConverter* KnxConverterSceneNumber::Clone() const {
+  return new KnxConverterSceneNumber(*this);
+}
 
 KnxConverterSceneControl::KnxConverterSceneControl(const IntegerRange& range) : m_range(range) {}
-KnxConverter* KnxConverterSceneControl::Clone() const { return new KnxConverterSceneControl(*this); }
+KnxConverter* KnxConverterSceneControl::Clone() const {
+  return new KnxConverterSceneControl(*this);
+}
 
 KnxConverterSceneInfo::KnxConverterSceneInfo(const IntegerRange& range) : m_range(range) {}
-KnxConverter* KnxConverterSceneInfo::Clone() const { return new KnxConverterSceneInfo(*this); }
+KnxConverter* KnxConverterSceneInfo::Clone() const {
+  return new KnxConverterSceneInfo(*this);
+}
 
 }  // namespace Zel

@@ -19,8 +19,12 @@ namespace Layout {
 // ---------------------------------------------------------------------------
 // DPT code: main * 65536 + sub (9.001 is 589825).
 
-inline unsigned long MainOfCode(unsigned long code) { return code >> 16; }
-inline std::uint16_t SubOfCode(unsigned long code) { return static_cast<std::uint16_t>(code & 0xFFFFu); }
+inline unsigned long MainOfCode(unsigned long code) {
+  return code >> 16;
+}
+inline std::uint16_t SubOfCode(unsigned long code) {
+  return static_cast<std::uint16_t>(code & 0xFFFFu);
+}
 
 // The DPT of a code that fits 32 bits, with the given size.
 inline KNXDPT DptOfCode(std::uint32_t code, std::uint8_t bits) {

@@ -6,7 +6,6 @@
 
 #include "ZelLog/Logging.h"
 
-
 #include <functional>
 #include <initializer_list>
 
@@ -26,9 +25,13 @@ constexpr std::uint32_t kCoNumbers = 4096;
 constexpr Id kParameterOffset = 60000;
 constexpr Id kParameterTypeSpan = 10000;
 
-Id Base(LogicalDeviceId ld) { return kBlock * static_cast<Id>(ld.Get()); }
+Id Base(LogicalDeviceId ld) {
+  return kBlock * static_cast<Id>(ld.Get());
+}
 
-Id TypeNumber(ParameterType type) { return static_cast<Id>(static_cast<int>(type)); }
+Id TypeNumber(ParameterType type) {
+  return static_cast<Id>(static_cast<int>(type));
+}
 
 // The parameter channel without the range check of its number.
 Id ParameterChannel(std::uint16_t number, LogicalDeviceId ld, ParameterType type) {
@@ -104,14 +107,10 @@ using Creator = TAVVALUE (*)(TavValueType);
 // every default agrees with the type the row announces.
 Creator CreatorOf(const Catalogue::MainRow& row) {
   switch (row.defaultValue) {
-    case Catalogue::DefaultValue::None:
-      return nullptr;
-    case Catalogue::DefaultValue::Empty:
-      return &KnxOmbMapping::CreateDefaultValueEmpty;
-    case Catalogue::DefaultValue::EmptyText:
-      return &CreateDefaultValueEmptyString;
-    case Catalogue::DefaultValue::NoDate:
-      return &CreateDefaultValueTime;
+    case Catalogue::DefaultValue::None: return nullptr;
+    case Catalogue::DefaultValue::Empty: return &KnxOmbMapping::CreateDefaultValueEmpty;
+    case Catalogue::DefaultValue::EmptyText: return &CreateDefaultValueEmptyString;
+    case Catalogue::DefaultValue::NoDate: return &CreateDefaultValueTime;
     case Catalogue::DefaultValue::Zero:
       switch (row.modelType) {
         case ivtBool: return &CreateDefaultValueZero<bool>;
@@ -137,13 +136,21 @@ constexpr Id kDpt6020 = (6u << 16) | 20u;  // 393236
 
 }  // namespace
 
-ObjModelId KnxOmbMapping::GetDeviceObjModelId() { return kDeviceId; }
+ObjModelId KnxOmbMapping::GetDeviceObjModelId() {
+  return kDeviceId;
+}
 
-ObjModelId KnxOmbMapping::GetKnxDeviceObjModelId() { return kDeviceId; }
+ObjModelId KnxOmbMapping::GetKnxDeviceObjModelId() {
+  return kDeviceId;
+}
 
-ObjModelId KnxOmbMapping::GetLogicalKnxDeviceObjModelId(LogicalDeviceId ld) { return Base(ld); }
+ObjModelId KnxOmbMapping::GetLogicalKnxDeviceObjModelId(LogicalDeviceId ld) {
+  return Base(ld);
+}
 
-ObjModelId KnxOmbMapping::GetLastObjModelId(LogicalDeviceId ld) { return Base(ld) + kBlock - 1; }
+ObjModelId KnxOmbMapping::GetLastObjModelId(LogicalDeviceId ld) {
+  return Base(ld) + kBlock - 1;
+}
 
 ObjModelId KnxOmbMapping::GetAppHostAppControlChannelObjModelId(LogicalDeviceId ld) {
   return Base(ld) + kAppControlOffset;
@@ -167,12 +174,9 @@ ObjModelId KnxOmbMapping::GetAppHostAppControlAppDebugObjModelId(LogicalDeviceId
 
 std::uint32_t KnxOmbMapping::GetMaxParametersOfType(ParameterType type) {
   switch (type) {
-    case ParameterType::Ip:
-      return 100;
-    case ParameterType::Number:
-      return 200;
-    case ParameterType::Text:
-      return 500;
+    case ParameterType::Ip: return 100;
+    case ParameterType::Number: return 200;
+    case ParameterType::Text: return 500;
   }
   return 0;  // a number cast to ParameterType that is none of them
 }

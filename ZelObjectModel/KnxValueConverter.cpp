@@ -114,9 +114,13 @@ bool IsOneOf(TavValueType type, std::initializer_list<TavValueType> types) {
 
 KnxValueConverter::KnxValueConverter() = default;
 
-KnxValueConverter::~KnxValueConverter() { m_map.Clear(); }
+KnxValueConverter::~KnxValueConverter() {
+  m_map.Clear();
+}
 
-bool KnxValueConverter::Init() { return FillDptValueMap(); }
+bool KnxValueConverter::Init() {
+  return FillDptValueMap();
+}
 
 std::int32_t KnxValueConverter::GetExpectedBitSize(std::uint16_t mainNumber) {
   return Catalogue::Main(mainNumber).bitSize;
@@ -133,31 +137,24 @@ bool KnxValueConverter::AreValueTypesCompatible(TavValueType a, TavValueType b) 
     case ivtPercent:
     case ivtScaling:
     case ivtDimming:
-    case ivtAngle:
-      return IsOneOf(b, {ivtFloat, ivtPercent, ivtScaling, ivtDimming, ivtAngle});
+    case ivtAngle: return IsOneOf(b, {ivtFloat, ivtPercent, ivtScaling, ivtDimming, ivtAngle});
     case ivtInteger:
-    case ivtTimePeriod:
-      return IsOneOf(b, {ivtInteger, ivtTimePeriod});
+    case ivtTimePeriod: return IsOneOf(b, {ivtInteger, ivtTimePeriod});
     case ivtByte:
-    case ivtEnumByte:
-      return IsOneOf(b, {ivtByte, ivtEnumByte});
+    case ivtEnumByte: return IsOneOf(b, {ivtByte, ivtEnumByte});
     case ivtWord:
     case ivtDWord:
-    case ivtCounter:
-      return IsOneOf(b, {ivtWord, ivtDWord, ivtCounter});
+    case ivtCounter: return IsOneOf(b, {ivtWord, ivtDWord, ivtCounter});
     case ivtDate:
-    case ivtDateUtc:
-      return IsOneOf(b, {ivtDate, ivtDateUtc});
+    case ivtDateUtc: return IsOneOf(b, {ivtDate, ivtDateUtc});
     case ivtTime:
-    case ivtTimeUtc:
-      return IsOneOf(b, {ivtTime, ivtTimeUtc});
+    case ivtTimeUtc: return IsOneOf(b, {ivtTime, ivtTimeUtc});
     case ivtDateTime:
     case ivtDateTimeUtc:
     case ivtTimestamp:
-      return IsOneOf(b, {ivtDate, ivtTime, ivtDateTime, ivtTimestamp, ivtDateTimeUtc, ivtTimeUtc,
-                         ivtDateUtc});
-    default:
-      return false;
+      return IsOneOf(
+          b, {ivtDate, ivtTime, ivtDateTime, ivtTimestamp, ivtDateTimeUtc, ivtTimeUtc, ivtDateUtc});
+    default: return false;
   }
 }
 
@@ -198,8 +195,7 @@ const DptValueEntry& KnxValueConverter::GetEntry(const KNXDPT& dpt) const {
   return m_map.GetEntry(dpt);
 }
 
-bool KnxValueConverter::ToKnxValue(KNXDPT& dpt, const TAVVALUE& value,
-                                   KnxStack::GroupValue& out) {
+bool KnxValueConverter::ToKnxValue(KNXDPT& dpt, const TAVVALUE& value, KnxStack::GroupValue& out) {
   try {
     if (dpt.mainNumber == 0) {
       if (!GetDefaultMappingDptForValueType(dpt, value) && !GetDefaultMappingDptForSize(dpt)) {
@@ -240,8 +236,7 @@ bool KnxValueConverter::ToKnxValue(KNXDPT& dpt, const TAVVALUE& value,
   }
 }
 
-bool KnxValueConverter::FromKnxValue(KNXDPT& dpt, const KnxStack::GroupValue& in,
-                                     TAVVALUE& value) {
+bool KnxValueConverter::FromKnxValue(KNXDPT& dpt, const KnxStack::GroupValue& in, TAVVALUE& value) {
   try {
     if (dpt.mainNumber == 0) {
       if (dpt.bitSize != 0) {
@@ -300,8 +295,8 @@ bool KnxValueConverter::FromKnxValue(KNXDPT& dpt, const KnxStack::GroupValue& in
       return false;
     }
     if (!row.converter->FromKnxValue(dpt, group, value)) {
-      ZEL_LOG_ERROR("Convert from KNX value failed for DPT = "
-                    << DptText{dpt} << " GroupValue = " << in.GetRawData().ToString());
+      ZEL_LOG_ERROR("Convert from KNX value failed for DPT = " << DptText{dpt} << " GroupValue = "
+                                                               << in.GetRawData().ToString());
       return false;
     }
     return true;
@@ -322,9 +317,12 @@ LongIntegerRange LongIntegerRangeOf(const Catalogue::Range& r) {
                           static_cast<std::int64_t>(r.c), static_cast<std::int64_t>(r.d));
 }
 FloatIntegerRange FloatIntegerRangeOf(const Catalogue::Range& r) {
-  return FloatIntegerRange(static_cast<std::int32_t>(r.a), static_cast<std::int32_t>(r.b), r.c, r.d);
+  return FloatIntegerRange(static_cast<std::int32_t>(r.a), static_cast<std::int32_t>(r.b), r.c,
+                           r.d);
 }
-FloatRange FloatRangeOf(const Catalogue::Range& r) { return FloatRange(r.a, r.b, r.c, r.d); }
+FloatRange FloatRangeOf(const Catalogue::Range& r) {
+  return FloatRange(r.a, r.b, r.c, r.d);
+}
 
 // Calls `use` with the prototype converter of `row`, its range built.
 template <class Use>
@@ -338,12 +336,15 @@ bool WithPrototype(const Catalogue::TableRow& row, Use use) {
     case C::Byte8Unsigned: return use(KnxConverterByte8BitUnsigned(IntegerRangeOf(row.range)));
     case C::Integer8Signed: return use(KnxConverterInteger8BitSigned(IntegerRangeOf(row.range)));
     case C::Status8: return use(KnxConverterStatus8Bit(IntegerRangeOf(row.range)));
-    case C::Integer16Unsigned: return use(KnxConverterInteger16BitUnsigned(IntegerRangeOf(row.range)));
+    case C::Integer16Unsigned:
+      return use(KnxConverterInteger16BitUnsigned(IntegerRangeOf(row.range)));
     case C::Integer16Signed: return use(KnxConverterInteger16BitSigned(IntegerRangeOf(row.range)));
     case C::Float16: return use(KnxConverterFloat16BitFloat(FloatRangeOf(row.range)));
     case C::Float32: return use(KnxConverterFloat32BitFloat(FloatRangeOf(row.range)));
-    case C::Integer24Unsigned: return use(KnxConverterInteger24BitUnsigned(LongIntegerRangeOf(row.range)));
-    case C::Integer32Unsigned: return use(KnxConverterInteger32BitUnsigned(LongIntegerRangeOf(row.range)));
+    case C::Integer24Unsigned:
+      return use(KnxConverterInteger24BitUnsigned(LongIntegerRangeOf(row.range)));
+    case C::Integer32Unsigned:
+      return use(KnxConverterInteger32BitUnsigned(LongIntegerRangeOf(row.range)));
     case C::Integer32Signed: return use(KnxConverterInteger32BitSigned(IntegerRangeOf(row.range)));
     case C::String14: return use(KnxConverter14ByteString(IntegerRangeOf(row.range)));
     case C::TimeOfDay: return use(KnxConverterTimeOfDay());
@@ -381,7 +382,9 @@ ZelKnxValueConverter::ZelKnxValueConverter() = default;
 
 ZelKnxValueConverter::~ZelKnxValueConverter() = default;
 
-bool ZelKnxValueConverter::Init() { return m_converter.Init(); }
+bool ZelKnxValueConverter::Init() {
+  return m_converter.Init();
+}
 
 bool ZelKnxValueConverter::ToKnxValue(KNXDPT& dpt, const TAVVALUE& value,
                                       KnxStack::GroupValue& out) {

@@ -10,7 +10,8 @@ namespace Zel {
 
 RequestMessengerDeviceStack::~RequestMessengerDeviceStack() = default;
 
-RemoteRequestMessengerDeviceStack::RemoteRequestMessengerDeviceStack(Quor::IDeviceStackClient& client)
+RemoteRequestMessengerDeviceStack::RemoteRequestMessengerDeviceStack(
+    Quor::IDeviceStackClient& client)
     : m_client(client) {}
 
 void RemoteRequestMessengerDeviceStack::SetResponseHandler(
@@ -24,8 +25,8 @@ std::string RemoteRequestMessengerDeviceStack::RegisterApplicationAsync(const st
   return m_client.RegisterApplication(name, version, vendor);
 }
 
-std::string RemoteRequestMessengerDeviceStack::SetValueAsync(unsigned long id, const TAVVALUE& value,
-                                                             bool flag) {
+std::string RemoteRequestMessengerDeviceStack::SetValueAsync(unsigned long id,
+                                                             const TAVVALUE& value, bool flag) {
   const bool internalFormat = m_internalValueFormat.load();
   std::string text;
   if (value.ivt == ivtFloat && std::isnan(value.GetDouble())) {

@@ -76,10 +76,10 @@ TAVVALUE TimeValueOf(std::uint16_t year, std::uint8_t month, std::uint8_t day, s
 
 TAVVALUE ToTavValue(const boost::posix_time::ptime& time, TavValueType expectedType) {
   const std::tm tm = boost::posix_time::to_tm(time);
-  return TimeValueOf(static_cast<std::uint16_t>(tm.tm_year + 1900),
-                     static_cast<std::uint8_t>(tm.tm_mon + 1), static_cast<std::uint8_t>(tm.tm_mday),
-                     static_cast<std::uint8_t>(tm.tm_hour), static_cast<std::uint8_t>(tm.tm_min),
-                     static_cast<std::uint8_t>(tm.tm_sec), expectedType);
+  return TimeValueOf(
+      static_cast<std::uint16_t>(tm.tm_year + 1900), static_cast<std::uint8_t>(tm.tm_mon + 1),
+      static_cast<std::uint8_t>(tm.tm_mday), static_cast<std::uint8_t>(tm.tm_hour),
+      static_cast<std::uint8_t>(tm.tm_min), static_cast<std::uint8_t>(tm.tm_sec), expectedType);
 }
 
 TAVVALUE StringValueOf(std::string&& value, TavValueType expectedType) {

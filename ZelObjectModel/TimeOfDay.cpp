@@ -57,7 +57,7 @@ boost::optional<TimeOfDay> FromTavTime(const TAVTIME& time) {
   // checked by TimeOfDay::Create, which refuses what is out of range.
   return TimeOfDay::Create(time.hour, time.minute, time.second, DayOfMask(time.weekDays));
 }
-
+// clang-format off
 TavWeekDays::WEEK_DAY_TYPES ToTavWeekday(DayOfWeek day) {
   // DayOfWeek is a plain enumeration: a number cast from an octet off the
   // bus or from a corrupt record can hold any value.
@@ -67,5 +67,6 @@ TavWeekDays::WEEK_DAY_TYPES ToTavWeekday(DayOfWeek day) {
   }
   ZEL_UNREACHABLE(); static_assert(__LINE__ == 68, "line moved");
 }
+// clang-format on
 
 }  // namespace ZelApp

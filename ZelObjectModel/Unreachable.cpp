@@ -6,8 +6,8 @@
 namespace Zel {
 
 void TerminateUnreachable(const char* source, int line) {
-  std::cerr << "This statement should not be executed. There is a bug somewhere around "
-            << source << ':' << line << std::endl;
+  std::cerr << "This statement should not be executed. There is a bug somewhere around " << source
+            << ':' << line << std::endl;
   std::abort();
 }
 

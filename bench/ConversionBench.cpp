@@ -43,8 +43,8 @@ void Run(benchmark::State& state, Body body) {
   for (auto _ : state) {
     body();
   }
-  state.counters["allocs/call"] =
-      benchmark::Counter(static_cast<double>(allocations.Count()) / static_cast<double>(state.iterations()));
+  state.counters["allocs/call"] = benchmark::Counter(static_cast<double>(allocations.Count()) /
+                                                     static_cast<double>(state.iterations()));
 }
 
 void BM_Bare_GetAsFloat16(benchmark::State& state) {
@@ -130,8 +130,8 @@ KnxStack::GroupValue Raw(std::vector<std::uint8_t> octets) {
 
 std::vector<Family> Families() {
   std::vector<Family> families;
-  auto add = [&](const char* name, std::uint16_t mainNumber, std::uint16_t subNumber,
-                 BareSet set, BareGet get = nullptr) {
+  auto add = [&](const char* name, std::uint16_t mainNumber, std::uint16_t subNumber, BareSet set,
+                 BareGet get = nullptr) {
     KnxStack::GroupValue group;
     set(group);
     families.push_back({name, mainNumber, subNumber, group, get, get ? set : nullptr});
@@ -148,9 +148,8 @@ std::vector<Family> Families() {
   add(
       "9.001", 9, 1, [](KnxStack::GroupValue& g) { g.SetAsFloat16(21.5); },
       [](const KnxStack::GroupValue& g) { benchmark::DoNotOptimize(g.GetAsFloat16()); });
-  add("10.001", 10, 1, [](KnxStack::GroupValue& g) {
-    g.SetAsTimeOfDay(12, 30, 15, KnxStack::GroupValue::Friday);
-  });
+  add("10.001", 10, 1,
+      [](KnxStack::GroupValue& g) { g.SetAsTimeOfDay(12, 30, 15, KnxStack::GroupValue::Friday); });
   add("11.001", 11, 1, [](KnxStack::GroupValue& g) { g.SetAsDate(17, 5, 2024); });
   add(
       "12.001", 12, 1, [](KnxStack::GroupValue& g) { g.SetAsUnsigned32(123456); },
@@ -255,16 +254,17 @@ void RegisterFamilies() {
   };
   for (const Family& family : Families()) {
     if (family.bareGet != nullptr) {
-      benchmark::RegisterBenchmark((std::string("Bare_Get/") + family.name).c_str(),
-                                   [family](benchmark::State& state) { BareGetter(state, family); });
-      benchmark::RegisterBenchmark((std::string("Bare_Set/") + family.name).c_str(),
-                                   [family](benchmark::State& state) { BareSetter(state, family); });
+      benchmark::RegisterBenchmark(
+          (std::string("Bare_Get/") + family.name).c_str(),
+          [family](benchmark::State& state) { BareGetter(state, family); });
+      benchmark::RegisterBenchmark(
+          (std::string("Bare_Set/") + family.name).c_str(),
+          [family](benchmark::State& state) { BareSetter(state, family); });
     }
     for (const auto& body : bodies) {
-      benchmark::RegisterBenchmark((body.first + std::string(family.name)).c_str(),
-                                   [family, run = body.second](benchmark::State& state) {
-                                     run(state, family);
-                                   });
+      benchmark::RegisterBenchmark(
+          (body.first + std::string(family.name)).c_str(),
+          [family, run = body.second](benchmark::State& state) { run(state, family); });
     }
   }
 }

@@ -25,8 +25,10 @@ void ConditionVariablePingPong(benchmark::State& state) {
     for (;;) {
       {
         boost::unique_lock<boost::mutex> lock(mutex);
-        while (turn != 1 && !stop) signal.wait(lock);
-        if (stop) return;
+        while (turn != 1 && !stop)
+          signal.wait(lock);
+        if (stop)
+          return;
         turn = 0;
       }
       signal.notify_one();
@@ -39,7 +41,8 @@ void ConditionVariablePingPong(benchmark::State& state) {
     }
     signal.notify_one();
     boost::unique_lock<boost::mutex> lock(mutex);
-    while (turn != 0) signal.wait(lock);
+    while (turn != 0)
+      signal.wait(lock);
   }
   {
     const boost::lock_guard<boost::mutex> lock(mutex);
@@ -68,7 +71,8 @@ void MessengerGetValueRoundTrip(benchmark::State& state) {
   Rig rig;
   for (auto _ : state) {
     const Zel::Docket docket = rig.messenger.GetValue(7, false);
-    if (!docket.IsReplyValid()) state.SkipWithError("no answer");
+    if (!docket.IsReplyValid())
+      state.SkipWithError("no answer");
     benchmark::DoNotOptimize(docket.ReadReply().data());
   }
 }
@@ -78,14 +82,17 @@ BENCHMARK(MessengerGetValueRoundTrip)->UseRealTime();
 std::unique_ptr<Rig> g_sharedRig;
 
 void MessengerConcurrentGetValue(benchmark::State& state) {
-  if (state.thread_index() == 0) g_sharedRig = std::make_unique<Rig>();
+  if (state.thread_index() == 0)
+    g_sharedRig = std::make_unique<Rig>();
   const auto id = static_cast<std::uint32_t>(state.thread_index());
   for (auto _ : state) {
     const Zel::Docket docket = g_sharedRig->messenger.GetValue(id, false);
-    if (!docket.IsReplyValid()) state.SkipWithError("no answer");
+    if (!docket.IsReplyValid())
+      state.SkipWithError("no answer");
   }
   state.SetItemsProcessed(state.iterations());
-  if (state.thread_index() == 0) g_sharedRig.reset();
+  if (state.thread_index() == 0)
+    g_sharedRig.reset();
 }
 BENCHMARK(MessengerConcurrentGetValue)->Threads(1)->Threads(4)->Threads(16)->UseRealTime();
 

@@ -28,7 +28,8 @@ int main(int argc, char** argv) {
   Zel::AppHostConfiguration config;
   config.LoadConfigurationFile(argv[1]);
   std::cout << "without KNX: " << config.IsAppHostWithoutKNX() << ", response data points:";
-  for (const unsigned long id : config.GetResponseDataPoints()) std::cout << ' ' << id;
+  for (const unsigned long id : config.GetResponseDataPoints())
+    std::cout << ' ' << id;
   std::cout << '\n';
 
   // 2. A temperature telegram: DPT 9.001, payload 0c 33 = 21.5 degrees C.
@@ -36,7 +37,8 @@ int main(int argc, char** argv) {
   const std::uint8_t payload[] = {0x0c, 0x33};
   const KnxStack::GroupValue received(KnxStack::BinaryData(payload, sizeof payload), 16);
   const auto temperature = Zel::GroupValueToTavValue(received, dpt9001);
-  if (!temperature) return 1;  // the library has logged why
+  if (!temperature)
+    return 1;  // the library has logged why
   std::cout << "received 9.001 " << received.GetRawData().ToString() << " = "
             << temperature->ToString() << '\n';
 

@@ -33,11 +33,13 @@ std::string State(const Zel::AppHostConfiguration& c) {
   std::ostringstream s;
   s << c.IsAppHostWithoutKNX() << c.IsAppHostTerminateOnFirmwareUpdate() << c.IsInAppDebugMode()
     << c.IsAppHostStartupDisabled() << c.IsAppConnectorHostStartupDisabled();
-  for (const auto* path : {&c.GetRootPathNativeApp(), &c.GetRootPathManagedApp(), &c.GetRootPathAppHost(),
-                           &c.GetRootPathAppConnectorHost(), &c.GetPathObjectModelConfig()}) {
+  for (const auto* path :
+       {&c.GetRootPathNativeApp(), &c.GetRootPathManagedApp(), &c.GetRootPathAppHost(),
+        &c.GetRootPathAppConnectorHost(), &c.GetPathObjectModelConfig()}) {
     s << ' ' << (*path ? (*path)->string() : "-");
   }
-  for (const auto dp : c.GetResponseDataPoints()) s << ' ' << dp;
+  for (const auto dp : c.GetResponseDataPoints())
+    s << ' ' << dp;
   return s.str();
 }
 
@@ -71,16 +73,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::ofstream file(g_path, std::ios::binary | std::ios::trunc);
     file.write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
   }
-  const std::string fromFile = Loaded([](Zel::AppHostConfiguration& c) { c.LoadConfigurationFile(g_path); });
-  if (size > 1024 * 1024) return 0;  // beyond the file bound: not read, nothing to compare
+  const std::string fromFile =
+      Loaded([](Zel::AppHostConfiguration& c) { c.LoadConfigurationFile(g_path); });
+  if (size > 1024 * 1024)
+    return 0;  // beyond the file bound: not read, nothing to compare
   const std::string fromMemory = Loaded([&](Zel::AppHostConfiguration& c) {
     std::vector<char> text(data, data + size);
     text.push_back('\0');
     c.LoadAppHostConfigXML(text.data());
   });
   if (fromFile != fromMemory) {
-    std::fprintf(stderr, "file and memory loads differ:\n  file   %s\n  memory %s\n", fromFile.c_str(),
-                 fromMemory.c_str());
+    std::fprintf(stderr, "file and memory loads differ:\n  file   %s\n  memory %s\n",
+                 fromFile.c_str(), fromMemory.c_str());
     std::abort();
   }
   // Flags 4 and 5 of the state: host disabled, connector disabled.

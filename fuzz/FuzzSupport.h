@@ -13,10 +13,12 @@
 namespace Zel {
 namespace Fuzz {
 
-inline void SilenceLogging() { GetGlobalDefaultLogger().setLogLevel(log4cplus::OFF_LOG_LEVEL); }
+inline void SilenceLogging() {
+  GetGlobalDefaultLogger().setLogLevel(log4cplus::OFF_LOG_LEVEL);
+}
 
 class InputReader {
-public:
+ public:
   InputReader(const std::uint8_t* data, std::size_t size) : m_data(data), m_size(size) {}
 
   std::uint8_t U8() { return m_pos < m_size ? m_data[m_pos++] : 0; }
@@ -32,7 +34,7 @@ public:
   const std::uint8_t* Rest() const { return m_data + m_pos; }
   std::size_t RestSize() const { return m_size - m_pos; }
 
-private:
+ private:
   const std::uint8_t* m_data;
   std::size_t m_size;
   std::size_t m_pos = 0;

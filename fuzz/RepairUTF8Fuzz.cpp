@@ -21,13 +21,15 @@ namespace {
 std::string AsciiBut(const std::string& text, char left) {
   std::string ascii;
   for (const char c : text) {
-    if (static_cast<std::uint8_t>(c) < 0x80 && c != left) ascii += c;
+    if (static_cast<std::uint8_t>(c) < 0x80 && c != left)
+      ascii += c;
   }
   return ascii;
 }
 
 void Expect(bool holds, const char* what, std::size_t size) {
-  if (holds) return;
+  if (holds)
+    return;
   std::fprintf(stderr, "RepairUTF8 of %zu bytes: %s\n", size, what);
   std::abort();
 }
@@ -45,7 +47,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   Expect(utf8::is_valid(repaired.begin(), repaired.end()), "the result is not valid UTF-8", size);
   Expect(repaired.size() <= text.size(), "the result is longer than the input", size);
   Expect(Zel::RepairUTF8(repaired) == repaired, "repairing twice changes the text", size);
-  if (utf8::is_valid(text.begin(), text.end())) Expect(repaired == text, "a valid text was changed", size);
+  if (utf8::is_valid(text.begin(), text.end()))
+    Expect(repaired == text, "a valid text was changed", size);
   // Plain ASCII is always valid, so it survives in order; the only ASCII
   // the repair adds is '?'.
   Expect(AsciiBut(repaired, '?') == AsciiBut(text, '?'), "ASCII was lost or added", size);

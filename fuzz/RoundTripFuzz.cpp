@@ -42,7 +42,8 @@ Table& GetTable() {
     auto* t = new Table;
     t->converter.Init();
     for (const auto& main : t->converter.GetMap().Rows()) {
-      for (const auto& row : main.second) t->rows.push_back(row.second.dpt);
+      for (const auto& row : main.second)
+        t->rows.push_back(row.second.dpt);
     }
     return t;
   }();
@@ -60,28 +61,36 @@ const char* Asymmetry(Path path, unsigned int main, const KnxStack::GroupValue& 
         return in.GetRawData().GetLength() >= 2 && in.GetAsUnsigned16() == 0x7FFF
                    ? "the invalid-data word 0x7FFF decodes as 670760.96, which encodes as 0x7FFE"
                    : nullptr;
-      case 23: return "encoded in 2 bits, while the table row the decoder checks against is 8 bits wide";
+      case 23:
+        return "encoded in 2 bits, while the table row the decoder checks against is 8 bits wide";
       case 31: return "decoded (3 bits), but encoding refuses main 31";
       case 232: return "decoded from four raw octets, encoded as three";
       default: return nullptr;
     }
   }
   switch (main) {
-    case 2: return "the 2-bit converter decodes to the byte type, which the frame refuses for the Boolean row";
-    case 3: return "decoded as a byte in the row's float type, but encoding takes only the byte type";
+    case 2:
+      return "the 2-bit converter decodes to the byte type, which the frame refuses for the "
+             "Boolean row";
+    case 3:
+      return "decoded as a byte in the row's float type, but encoding takes only the byte type";
     case 17:
-    case 18: return "the rows have the integer type, the scene converters set and take the byte type";
+    case 18:
+      return "the rows have the integer type, the scene converters set and take the byte type";
     default: return nullptr;
   }
 }
 
-[[noreturn]] void Fail(const char* what, Path path, const Zel::KNXDPT& dpt, const KnxStack::GroupValue& in,
-                       const TAVVALUE* first, const TAVVALUE* second) {
+[[noreturn]] void Fail(const char* what, Path path, const Zel::KNXDPT& dpt,
+                       const KnxStack::GroupValue& in, const TAVVALUE* first,
+                       const TAVVALUE* second) {
   std::fprintf(stderr, "%s path, DPT %u.%u (%u bits): %s\n  octets %s (%u bits)\n",
-               path == Path::Table ? "table" : "direct", dpt.mainNumber, dpt.subNumber, dpt.bitSize, what,
-               in.GetRawData().ToString().c_str(), in.GetDefinedSize());
-  if (first != nullptr) std::fprintf(stderr, "  first  %d '%s'\n", first->ivt, first->ToString().c_str());
-  if (second != nullptr) std::fprintf(stderr, "  second %d '%s'\n", second->ivt, second->ToString().c_str());
+               path == Path::Table ? "table" : "direct", dpt.mainNumber, dpt.subNumber, dpt.bitSize,
+               what, in.GetRawData().ToString().c_str(), in.GetDefinedSize());
+  if (first != nullptr)
+    std::fprintf(stderr, "  first  %d '%s'\n", first->ivt, first->ToString().c_str());
+  if (second != nullptr)
+    std::fprintf(stderr, "  second %d '%s'\n", second->ivt, second->ToString().c_str());
   std::abort();
 }
 
@@ -94,33 +103,44 @@ struct Codec {
   Path path;
   Zel::KNXDPT dpt;
   boost::optional<TAVVALUE> Decode(const KnxStack::GroupValue& in) const {
-    if (path == Path::Direct) return Zel::GroupValueToTavValue(in, Code());
+    if (path == Path::Direct)
+      return Zel::GroupValueToTavValue(in, Code());
     Zel::KNXDPT used = dpt;
     TAVVALUE value;
-    if (!GetTable().converter.FromKnxValue(used, in, value)) return boost::none;
+    if (!GetTable().converter.FromKnxValue(used, in, value))
+      return boost::none;
     return value;
   }
   boost::optional<KnxStack::GroupValue> Encode(const TAVVALUE& value) const {
-    if (path == Path::Direct) return Zel::TavValueToGroupValue(value, Code());
+    if (path == Path::Direct)
+      return Zel::TavValueToGroupValue(value, Code());
     Zel::KNXDPT used = dpt;
     KnxStack::GroupValue out;
-    if (!GetTable().converter.ToKnxValue(used, value, out)) return boost::none;
+    if (!GetTable().converter.ToKnxValue(used, value, out))
+      return boost::none;
     return out;
   }
-  std::uint32_t Code() const { return (static_cast<std::uint32_t>(dpt.mainNumber) << 16) | dpt.subNumber; }
+  std::uint32_t Code() const {
+    return (static_cast<std::uint32_t>(dpt.mainNumber) << 16) | dpt.subNumber;
+  }
 };
 
 void Check(const Codec& codec, const KnxStack::GroupValue& in) {
   const boost::optional<TAVVALUE> first = codec.Decode(in);
-  if (!first || Asymmetry(codec.path, codec.dpt.mainNumber, in) != nullptr) return;
+  if (!first || Asymmetry(codec.path, codec.dpt.mainNumber, in) != nullptr)
+    return;
   const boost::optional<KnxStack::GroupValue> encoded = codec.Encode(*first);
-  if (!encoded) Fail("a decoded value is not encoded", codec.path, codec.dpt, in, &*first, nullptr);
+  if (!encoded)
+    Fail("a decoded value is not encoded", codec.path, codec.dpt, in, &*first, nullptr);
   const boost::optional<TAVVALUE> second = codec.Decode(*encoded);
-  if (!second) Fail("an encoded value is not decoded", codec.path, codec.dpt, *encoded, &*first, nullptr);
-  if (*second != *first) Fail("decode, encode, decode changes the value", codec.path, codec.dpt, in, &*first, &*second);
+  if (!second)
+    Fail("an encoded value is not decoded", codec.path, codec.dpt, *encoded, &*first, nullptr);
+  if (*second != *first)
+    Fail("decode, encode, decode changes the value", codec.path, codec.dpt, in, &*first, &*second);
   const boost::optional<KnxStack::GroupValue> again = codec.Encode(*second);
   if (!again || !SameOctets(*again, *encoded))
-    Fail("encoding the same value twice gives other octets", codec.path, codec.dpt, *encoded, &*second, nullptr);
+    Fail("encoding the same value twice gives other octets", codec.path, codec.dpt, *encoded,
+         &*second, nullptr);
 }
 
 }  // namespace
@@ -156,7 +176,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Check(codec, in);
   } catch (const std::out_of_range&) {
     // A DPT 19 date with month or day 0 leaves the direct decoder (documented).
-    if (codec.path != Path::Direct || codec.dpt.mainNumber != 19) throw;
+    if (codec.path != Path::Direct || codec.dpt.mainNumber != 19)
+      throw;
   }
   return 0;
 }

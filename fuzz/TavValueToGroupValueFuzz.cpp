@@ -30,10 +30,10 @@
 namespace {
 
 const TavValueType kTypes[] = {
-    ivtNone,     ivtEmpty,      ivtBool,         ivtFloat,    ivtInteger,  ivtChar,      ivtByte,
-    ivtWord,     ivtDWord,      ivtBinary,       ivtString,   ivtDate,     ivtTime,      ivtDateTime,
-    ivtTimePeriod, ivtDayTime,  ivtCounter,      ivtDateTimeUtc, ivtTimeUtc, ivtDateUtc, ivtTimestamp,
-    ivtPercent,  ivtEnumByte,   ivtScaling,      ivtDimming,  ivtAngle,
+    ivtNone,       ivtEmpty,    ivtBool,    ivtFloat,       ivtInteger, ivtChar,    ivtByte,
+    ivtWord,       ivtDWord,    ivtBinary,  ivtString,      ivtDate,    ivtTime,    ivtDateTime,
+    ivtTimePeriod, ivtDayTime,  ivtCounter, ivtDateTimeUtc, ivtTimeUtc, ivtDateUtc, ivtTimestamp,
+    ivtPercent,    ivtEnumByte, ivtScaling, ivtDimming,     ivtAngle,
 };
 constexpr std::size_t kTypeCount = sizeof(kTypes) / sizeof(kTypes[0]);
 
@@ -42,12 +42,32 @@ constexpr std::size_t kTypeCount = sizeof(kTypes) / sizeof(kTypes[0]);
 std::uint32_t EncodedBits(unsigned int main) {
   switch (main) {
     case 1: return 1;
-    case 2: case 23: return 2;
+    case 2:
+    case 23: return 2;
     case 3: return 4;
-    case 5: case 6: case 17: case 18: case 20: case 21: case 26: case 238: return 8;
-    case 7: case 8: case 9: case 22: case 217: case 234: case 237: return 16;
-    case 10: case 11: case 232: return 24;
-    case 12: case 13: case 14: case 15: case 27: return 32;
+    case 5:
+    case 6:
+    case 17:
+    case 18:
+    case 20:
+    case 21:
+    case 26:
+    case 238: return 8;
+    case 7:
+    case 8:
+    case 9:
+    case 22:
+    case 217:
+    case 234:
+    case 237: return 16;
+    case 10:
+    case 11:
+    case 232: return 24;
+    case 12:
+    case 13:
+    case 14:
+    case 15:
+    case 27: return 32;
     case 19: return 64;
     case 16: return 112;
     default: return 0;
@@ -88,7 +108,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   value.SetString(std::string(reinterpret_cast<const char*>(input.Rest()), input.RestSize()));
 
   const boost::optional<KnxStack::GroupValue> encoded = Zel::TavValueToGroupValue(value, code);
-  if (!encoded) return 0;
+  if (!encoded)
+    return 0;
   if (value.ivt != Zel::KnxOmbMapping::GetIvtFromDpt(code)) {
     std::fprintf(stderr, "DPT code %u: value type %d encoded, the DPT's is %d\n", code, value.ivt,
                  Zel::KnxOmbMapping::GetIvtFromDpt(code));
@@ -103,7 +124,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   try {
     Zel::GroupValueToTavValue(*encoded, code);
   } catch (const std::out_of_range&) {
-    if (main != 19) throw;
+    if (main != 19)
+      throw;
   }
   return 0;
 }

@@ -23,8 +23,9 @@
 namespace {
 
 constexpr std::array<TavValueType, 18> kTypes = {
-    ivtNone, ivtEmpty, ivtBool,   ivtFloat,  ivtInteger, ivtChar,       ivtByte,     ivtWord,  ivtDWord,
-    ivtBinary, ivtString, ivtDate, ivtTime, ivtDateTime, ivtTimePeriod, ivtDayTime, ivtCounter, ivtPercent};
+    ivtNone, ivtEmpty,    ivtBool,       ivtFloat,   ivtInteger, ivtChar,
+    ivtByte, ivtWord,     ivtDWord,      ivtBinary,  ivtString,  ivtDate,
+    ivtTime, ivtDateTime, ivtTimePeriod, ivtDayTime, ivtCounter, ivtPercent};
 
 void Check(bool condition, const char* what) {
   if (!condition) {
@@ -35,11 +36,15 @@ void Check(bool condition, const char* what) {
 
 bool IsIntegerOrBool(TavValueType type) {
   switch (type) {
-    case ivtBool: case ivtChar: case ivtByte: case ivtWord: case ivtInteger: case ivtTimePeriod:
-    case ivtDWord: case ivtCounter:
-      return true;
-    default:
-      return false;
+    case ivtBool:
+    case ivtChar:
+    case ivtByte:
+    case ivtWord:
+    case ivtInteger:
+    case ivtTimePeriod:
+    case ivtDWord:
+    case ivtCounter: return true;
+    default: return false;
   }
 }
 
@@ -57,7 +62,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
   if (const auto value = Zelknx::ParseValue(type, text)) {
     const std::string printed = Zelknx::FormatValue(*value);
-    Zelknx::DumpJson(nlohmann::ordered_json{{"value", Zelknx::JsonValue(*value)}, {"text", printed}});
+    Zelknx::DumpJson(
+        nlohmann::ordered_json{{"value", Zelknx::JsonValue(*value)}, {"text", printed}});
     if (IsIntegerOrBool(type)) {
       const auto again = Zelknx::ParseValue(type, printed);
       Check(again && *again == *value, "an integer does not read back from its printed form");

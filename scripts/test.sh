@@ -5,9 +5,12 @@
 # (scripts/fuzz.sh, ZEL_FUZZ_SECONDS per target, default 30) as a smoke
 # test, and prints each step's result and times. The `package` step makes
 # the Debian packages of amd64 and armhf (scripts/package.sh, lintian
-# included) and checks them unpacked (tests/package/check-packages.sh).
-#   scripts/test.sh              every build, the packages, then the fuzz
-#                                smoke test: default asan tsan armhf package fuzz
+# included) and checks them unpacked (tests/package/check-packages.sh). The
+# `format` step checks that the C++ sources are formatted with
+# .clang-format (scripts/format.sh --check).
+#   scripts/test.sh              the format check, every build, the
+#                                packages, then the fuzz smoke test:
+#                                format default asan tsan armhf package fuzz
 #   scripts/test.sh default fuzz only these
 # A failing step does not stop the others; the exit status is 1 if any
 # build failed to build or has a failing test, or a fuzz target found
@@ -19,7 +22,7 @@ scripts/setup.sh
 
 presets=("$@")
 if ((${#presets[@]} == 0)); then
-  presets=(default asan tsan armhf package fuzz)
+  presets=(format default asan tsan armhf package fuzz)
 fi
 
 log_dir=$(mktemp -d)
@@ -28,6 +31,19 @@ summary=()
 status=0
 run_start=$(date +%s)
 for preset in "${presets[@]}"; do
+  if [[ $preset == format ]]; then
+    echo "=== format: clang-format check"
+    start=$(date +%s)
+    result=passed
+    if ! scripts/format.sh --check; then
+      result=FAILED
+      status=1
+    fi
+    line="format: ${result}, $(($(date +%s) - start)) s"
+    echo "=== ${line}"
+    summary+=("$line")
+    continue
+  fi
   if [[ $preset == fuzz ]]; then
     seconds=${ZEL_FUZZ_SECONDS:-30}
     echo "=== fuzz: build, ${seconds} s per target"

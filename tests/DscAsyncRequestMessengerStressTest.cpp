@@ -62,7 +62,8 @@ TEST(DscAsyncRequestMessengerStress, EveryCallGetsItsOwnAnswerOrGivesUpAfterAllA
       }
     });
   }
-  for (std::thread& caller : callers) caller.join();
+  for (std::thread& caller : callers)
+    caller.join();
   const auto elapsed = std::chrono::steady_clock::now() - start;
   client.WaitUntilIdle();
   messenger.UnsetAsResponseHandler();
@@ -76,7 +77,8 @@ TEST(DscAsyncRequestMessengerStress, EveryCallGetsItsOwnAnswerOrGivesUpAfterAllA
   };
   for (const SimulatedRequest& request : requests) {
     ++sends[callOf(request)];
-    if (!request.requestId.empty()) byId[request.requestId] = &request;
+    if (!request.requestId.empty())
+      byId[request.requestId] = &request;
   }
   const auto sentFor = [&](const std::string& requestId, const std::string& call) {
     return byId.count(requestId) != 0 && callOf(*byId[requestId]) == call;
@@ -96,7 +98,8 @@ TEST(DscAsyncRequestMessengerStress, EveryCallGetsItsOwnAnswerOrGivesUpAfterAllA
       } else {
         ++failed;
         const std::string errorId = After(docket.ReadDeliveryError(), "simulated failure of ");
-        EXPECT_TRUE(sentFor(errorId, call) && byId[errorId]->fault == SimulatedFault::Error) << call;
+        EXPECT_TRUE(sentFor(errorId, call) && byId[errorId]->fault == SimulatedFault::Error)
+            << call;
       }
     }
   }
@@ -107,7 +110,8 @@ TEST(DscAsyncRequestMessengerStress, EveryCallGetsItsOwnAnswerOrGivesUpAfterAllA
   EXPECT_EQ(exhausted, empty);
 
   std::map<SimulatedFault, unsigned int> faults;
-  for (const SimulatedRequest& request : requests) ++faults[request.fault];
+  for (const SimulatedRequest& request : requests)
+    ++faults[request.fault];
   std::cout << "stress: " << kCallers << " callers x " << kCalls << " calls in "
             << std::chrono::duration_cast<std::chrono::milliseconds>(elapsed).count() << " ms; "
             << requests.size() << " requests (no answer " << faults[SimulatedFault::NoAnswer]
@@ -115,13 +119,15 @@ TEST(DscAsyncRequestMessengerStress, EveryCallGetsItsOwnAnswerOrGivesUpAfterAllA
             << faults[SimulatedFault::Duplicate] << ", error " << faults[SimulatedFault::Error]
             << ", empty id " << faults[SimulatedFault::EmptyId] << ", unknown id "
             << faults[SimulatedFault::UnknownId] << "); " << good << " answered, " << failed
-            << " error answers, " << empty << " empty after " << kAttempts << " attempts" << std::endl;
+            << " error answers, " << empty << " empty after " << kAttempts << " attempts"
+            << std::endl;
 }
 
 // The seed of a randomised run: ZEL_STRESS_SEED when set (to repeat a
 // failed run), otherwise a fresh one.
 std::uint64_t StressSeed() {
-  if (const char* seed = std::getenv("ZEL_STRESS_SEED")) return std::strtoull(seed, nullptr, 10);
+  if (const char* seed = std::getenv("ZEL_STRESS_SEED"))
+    return std::strtoull(seed, nullptr, 10);
   return (static_cast<std::uint64_t>(std::random_device()()) << 32) | std::random_device()();
 }
 
@@ -175,8 +181,11 @@ TEST(DscAsyncRequestMessengerStress, AnswersAroundTheDeadlineAreNeitherLostNorMi
         const std::string text = "read " + std::to_string(id);
         switch (id % 3) {
           case 0: mine.emplace_back(std::to_string(id), messenger.GetValue(id, false)); break;
-          case 1: mine.emplace_back(std::to_string(id), messenger.SetValue(id, value, false)); break;
-          default: mine.emplace_back(text, messenger.Request(text, boost::posix_time::milliseconds(5)));
+          case 1:
+            mine.emplace_back(std::to_string(id), messenger.SetValue(id, value, false));
+            break;
+          default:
+            mine.emplace_back(text, messenger.Request(text, boost::posix_time::milliseconds(5)));
         }
       }
       --running;
@@ -190,7 +199,8 @@ TEST(DscAsyncRequestMessengerStress, AnswersAroundTheDeadlineAreNeitherLostNorMi
     messenger.SetAsResponseHandler();
     ++swaps;
   }
-  for (std::thread& caller : callers) caller.join();
+  for (std::thread& caller : callers)
+    caller.join();
   const auto elapsed = std::chrono::steady_clock::now() - start;
   client.WaitUntilIdle();
   messenger.UnsetAsResponseHandler();
@@ -202,11 +212,13 @@ TEST(DscAsyncRequestMessengerStress, AnswersAroundTheDeadlineAreNeitherLostNorMi
       stored.insert(entry.text.substr(prefix.size(), entry.text.size() - prefix.size() - 2));
   }
   const std::vector<SimulatedRequest> requests = client.Requests();
-  std::map<std::string, std::vector<const SimulatedRequest*>> sent;  // call -> its requests in order
+  std::map<std::string, std::vector<const SimulatedRequest*>>
+      sent;  // call -> its requests in order
   std::map<std::string, const SimulatedRequest*> byId;
   for (const SimulatedRequest& request : requests) {
     sent[callOf(request)].push_back(&request);
-    if (!request.requestId.empty()) byId[request.requestId] = &request;
+    if (!request.requestId.empty())
+      byId[request.requestId] = &request;
   }
   unsigned int good = 0, failed = 0, empty = 0, lostAtDeadline = 0, errorResent = 0, misrouted = 0;
   for (const auto& mine : calls) {
@@ -226,13 +238,15 @@ TEST(DscAsyncRequestMessengerStress, AnswersAroundTheDeadlineAreNeitherLostNorMi
       good += docket.IsAnswered() && docket.IsReplyValid();
       failed += docket.IsAnswered() && !docket.IsReplyValid();
       std::size_t first = 0;  // the first request of the call with a stored answer
-      while (first < own.size() && stored.count(own[first]->requestId) == 0) ++first;
+      while (first < own.size() && stored.count(own[first]->requestId) == 0)
+        ++first;
       if (first == own.size()) {
         EXPECT_FALSE(docket.IsAnswered()) << call;
         EXPECT_EQ(own.size(), kAttempts) << call;
         continue;
       }
-      if (docket.IsAnswered() && namedId == own[first]->requestId && own.size() == first + 1) continue;
+      if (docket.IsAnswered() && namedId == own[first]->requestId && own.size() == first + 1)
+        continue;
       ++(own[first]->fault == SimulatedFault::Error ? errorResent : lostAtDeadline);
       ADD_FAILURE() << call << ": the answer to " << own[first]->requestId << " was stored, but "
                     << own.size() << " requests were sent and "
@@ -257,9 +271,10 @@ TEST(DscAsyncRequestMessengerStress, AnswersAroundTheDeadlineAreNeitherLostNorMi
             << faults[SimulatedFault::NoAnswer] << ", late " << faults[SimulatedFault::Late]
             << ", duplicate " << faults[SimulatedFault::Duplicate] << ", error "
             << faults[SimulatedFault::Error] << ", empty id " << faults[SimulatedFault::EmptyId]
-            << ", unknown id " << faults[SimulatedFault::UnknownId] << ", stalled " << stalled << "); "
-            << good << " answered, " << failed << " error answers, " << empty << " empty; lost at deadline " << lostAtDeadline
-            << ", misrouted " << misrouted << ", error answers re-sent " << errorResent << std::endl;
+            << ", unknown id " << faults[SimulatedFault::UnknownId] << ", stalled " << stalled
+            << "); " << good << " answered, " << failed << " error answers, " << empty
+            << " empty; lost at deadline " << lostAtDeadline << ", misrouted " << misrouted
+            << ", error answers re-sent " << errorResent << std::endl;
   EXPECT_EQ(lostAtDeadline + misrouted + errorResent, 0u);
 }
 

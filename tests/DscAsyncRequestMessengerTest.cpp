@@ -154,9 +154,10 @@ TEST(DscAsyncRequestMessenger, TraceOfAnsweredAndAbandonedRequests) {
   Rig abandoned({{SimulatedFault::NoAnswer, {}}});
   log.Clear();
   abandoned.messenger.SetConfiguration("c", pt::seconds(0), [] { return false; });
-  EXPECT_TRUE(log.Equals({Debug("Request ID is 'r1'"),
-                          Info("Aborted a OMB request because its result is no longer relevant"),
-                          Debug("returned from waiting for response with ID 'r1': !isStillRelevant")}));
+  EXPECT_TRUE(
+      log.Equals({Debug("Request ID is 'r1'"),
+                  Info("Aborted a OMB request because its result is no longer relevant"),
+                  Debug("returned from waiting for response with ID 'r1': !isStillRelevant")}));
 }
 
 // The answer reaches the callback thread while the caller still holds the
@@ -167,7 +168,8 @@ TEST(DscAsyncRequestMessenger, AnswerArrivingWhileTheSenderHoldsTheLockIsKept) {
   bool first = true;
   const auto start = std::chrono::steady_clock::now();
   const Docket docket = rig.messenger.SetConfiguration("c", pt::seconds(5), [&] {
-    while (first && rig.client.DeliveriesStarted() == 0) std::this_thread::sleep_for(1ms);
+    while (first && rig.client.DeliveriesStarted() == 0)
+      std::this_thread::sleep_for(1ms);
     first = false;
     return true;
   });
@@ -196,8 +198,9 @@ TEST(DscAsyncRequestMessenger, AnswerStoredWhileTheWaitTimesOutIsTheResult) {
     EXPECT_EQ(rig.client.Requests().size(), 1u);
     std::vector<ExpectedEntry> expected = {Debug("Request ID is 'r1'")};
     expected.insert(expected.end(), errors.begin(), errors.end());
-    expected.insert(expected.end(), {Debug("Got request for ID 'r1'."),
-                                     Debug("returned from waiting for response with ID 'r1': got response")});
+    expected.insert(expected.end(),
+                    {Debug("Got request for ID 'r1'."),
+                     Debug("returned from waiting for response with ID 'r1': got response")});
     EXPECT_TRUE(log.Equals(expected));
   }
 }
@@ -236,20 +239,21 @@ TEST(DscAsyncRequestMessenger, SynchronousSetConfigurationIsAlwaysAnswered) {
     Rig rig({});
     rig.client.SetSynchronousResult(accepted);
     const Docket docket = rig.messenger.SetConfiguration(5, {}, true);
-    EXPECT_TRUE(docket.IsAnswered() && docket.ReadReply().empty() && docket.ReadDeliveryError().empty());
+    EXPECT_TRUE(docket.IsAnswered() && docket.ReadReply().empty() &&
+                docket.ReadDeliveryError().empty());
     EXPECT_EQ(docket.IsReplyValid(), accepted);
   }
 }
 
 class TestError final : public Quor::IDeviceStackClient::IError {
-public:
+ public:
   explicit TestError(bool failed) : m_failed(failed) {}
   bool IsFailed() const override { return m_failed; }
   std::int32_t GetCode() const override { return 1; }
   std::string GetDomain() const override { return "test"; }
   std::string GetText() const override { return m_failed ? "boom" : ""; }
 
-private:
+ private:
   bool m_failed;
 };
 
@@ -258,7 +262,8 @@ TEST(DscAsyncRequestMessenger, AnswersForUnknownIdsAreLoggedAndDropped) {
   const std::pair<std::function<void(Handler&, const TestError&)>, std::string> cases[] = {
       {[](Handler& h, const auto& e) { h.OnResponse(nullptr, "q", "p", e); }, "; response: p"},
       {[](Handler& h, const auto& e) { h.OnRegisterApplication(nullptr, "q", e); }, ""},
-      {[](Handler& h, const auto& e) { h.OnGetConfiguration(nullptr, "q", "p", e); }, "; config: p"},
+      {[](Handler& h, const auto& e) { h.OnGetConfiguration(nullptr, "q", "p", e); },
+       "; config: p"},
       {[](Handler& h, const auto& e) { h.OnSetConfiguration(nullptr, "q", e); }, ""},
       {[](Handler& h, const auto& e) { h.OnGetValue(nullptr, "q", 4000000000u, "u", "p", e); },
        "; id: 4000000000; urn: u; value: p"},
@@ -270,8 +275,9 @@ TEST(DscAsyncRequestMessenger, AnswersForUnknownIdsAreLoggedAndDropped) {
     SCOPED_TRACE(c.second);
     LogCapture log;
     c.first(*rig.client.ResponseHandler(), TestError(true));
-    EXPECT_TRUE(log.Equals({Error("OMB error for request q" + c.second),
-                            Debug("No docket for response ID 'q'"), Error("Request q: Error 'boom'")}));
+    EXPECT_TRUE(
+        log.Equals({Error("OMB error for request q" + c.second),
+                    Debug("No docket for response ID 'q'"), Error("Request q: Error 'boom'")}));
     log.Clear();
     c.first(*rig.client.ResponseHandler(), TestError(false));
     EXPECT_TRUE(log.Equals({Debug("No docket for response ID 'q'")}));
@@ -300,9 +306,12 @@ TEST(RemoteRequestMessengerDeviceStack, ValueTextFollowsTheFormatFlag) {
     RemoteRequestMessengerDeviceStack stack(client);
     LogCapture log;
     for (const char step : c.steps) {
-      if (step == 'I') stack.EnableInternalValueFormat();
-      if (step == 'D') stack.EnableDefaultValueFormat();
-      if (step == 'N') stack.EnableNativeFormat();
+      if (step == 'I')
+        stack.EnableInternalValueFormat();
+      if (step == 'D')
+        stack.EnableDefaultValueFormat();
+      if (step == 'N')
+        stack.EnableNativeFormat();
     }
     stack.SetValueAsync(3, c.value, true);
     EXPECT_EQ(client.Requests().back().text, c.text);

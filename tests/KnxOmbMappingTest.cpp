@@ -12,7 +12,9 @@
 
 namespace Zel {
 
-std::ostream& operator<<(std::ostream& os, ParameterType type) { return os << static_cast<int>(type); }
+std::ostream& operator<<(std::ostream& os, ParameterType type) {
+  return os << static_cast<int>(type);
+}
 
 namespace {
 
@@ -22,17 +24,26 @@ const LogicalDeviceId kLd1(1);
 const LogicalDeviceId kLd2(2);
 
 TEST(KnxOmbMapping, FixedIds) {
-  const std::pair<Id, Id> ids[] = {  // {got, expected}; the predicates give 1 or 0
-      {M::GetDeviceObjModelId(), 1000}, {M::GetKnxDeviceObjModelId(), 1000},
-      {M::GetLogicalKnxDeviceObjModelId(kLd2), 200000}, {M::GetLastObjModelId(kLd1), 199999},
-      {M::GetLastObjModelId(kLd2), 299999}, {M::GetAppHostAppControlChannelObjModelId(kLd2), 200020},
-      {M::GetAppHostAppControlStateObjModelId(kLd1), 100021}, {M::GetAppHostAppControlEventObjModelId(kLd1), 100022},
-      {M::GetAppHostAppControlAliveObjModelId(kLd2), 200023}, {M::GetAppHostAppControlAppDebugObjModelId(kLd2), 200024},
-      {M::IsAppHostAppControlState(200021, kLd2), 1}, {M::IsAppHostAppControlState(100021, kLd2), 0},
-      {M::IsAppHostAppControlEvent(100022, kLd1), 1}, {M::IsAppHostAppControlAliveHeartbeat(100023, kLd1), 1},
+  const std::pair<Id, Id> ids[] = {
+      // {got, expected}; the predicates give 1 or 0
+      {M::GetDeviceObjModelId(), 1000},
+      {M::GetKnxDeviceObjModelId(), 1000},
+      {M::GetLogicalKnxDeviceObjModelId(kLd2), 200000},
+      {M::GetLastObjModelId(kLd1), 199999},
+      {M::GetLastObjModelId(kLd2), 299999},
+      {M::GetAppHostAppControlChannelObjModelId(kLd2), 200020},
+      {M::GetAppHostAppControlStateObjModelId(kLd1), 100021},
+      {M::GetAppHostAppControlEventObjModelId(kLd1), 100022},
+      {M::GetAppHostAppControlAliveObjModelId(kLd2), 200023},
+      {M::GetAppHostAppControlAppDebugObjModelId(kLd2), 200024},
+      {M::IsAppHostAppControlState(200021, kLd2), 1},
+      {M::IsAppHostAppControlState(100021, kLd2), 0},
+      {M::IsAppHostAppControlEvent(100022, kLd1), 1},
+      {M::IsAppHostAppControlAliveHeartbeat(100023, kLd1), 1},
       {M::IsAppHostAppControlAppDebug(200024, kLd2), 1},
   };
-  for (std::size_t i = 0; i < std::size(ids); ++i) EXPECT_EQ(ids[i].first, ids[i].second) << "case " << i;
+  for (std::size_t i = 0; i < std::size(ids); ++i)
+    EXPECT_EQ(ids[i].first, ids[i].second) << "case " << i;
 }
 
 TEST(KnxOmbMapping, EveryCoAndParameterRoundTripsInBothLogicalDevices) {
@@ -56,10 +67,12 @@ TEST(KnxOmbMapping, EveryCoAndParameterRoundTripsInBothLogicalDevices) {
         const auto value = M::GetParameterValueObjModelId(n, ld, type);
         ASSERT_EQ(type == ParameterType::Ip       ? M::GetIpParameterValueObjModelId(n, ld)
                   : type == ParameterType::Number ? M::GetNumberParameterValueObjModelId(n, ld)
-                                                  : M::GetTextParameterValueObjModelId(n, ld), value);
+                                                  : M::GetTextParameterValueObjModelId(n, ld),
+                  value);
         ASSERT_EQ(channel.has_value(), n <= max);
         ASSERT_EQ(value, channel ? boost::optional<Id>(*channel + 1) : boost::none);
-        if (!channel) continue;
+        if (!channel)
+          continue;
         for (const Id id : {*channel, *value}) {  // a value id passes as a channel (intended)
           ASSERT_EQ(M::GetParameterValueObjModelId(id), id + 1);
           ASSERT_EQ(M::GetParameterTypeFromObjModelId(id, ld), type);
@@ -75,15 +88,17 @@ TEST(KnxOmbMapping, EveryCoAndParameterRoundTripsInBothLogicalDevices) {
 // Whether the block offset of `id` lies in one of `ranges`, for ids from `from` upwards.
 bool InRanges(Id id, Id from, std::initializer_list<std::pair<Id, Id>> ranges) {
   for (const auto& [first, last] : ranges) {
-    if (id >= from && id % 100000 >= first && id % 100000 <= last) return true;
+    if (id >= from && id % 100000 >= first && id % 100000 <= last)
+      return true;
   }
   return false;
 }
 
 TEST(KnxOmbMapping, PredicatesAcceptExactlyTheirRangesUpTo400000) {
   for (Id id = 0; id <= 400000; ++id) {
-    const bool parameter = InRanges(id, 160000, {{2, 201}, {10002, 10401}, {20000, 21001},
-                                                 {60002, 60201}, {70002, 70401}, {80000, 81001}});
+    const bool parameter = InRanges(
+        id, 160000,
+        {{2, 201}, {10002, 10401}, {20000, 21001}, {60002, 60201}, {70002, 70401}, {80000, 81001}});
     ASSERT_EQ(M::IsCoChannel(id), id % 2 == 0 && InRanges(id, 100000, {{100, 8288}})) << id;
     ASSERT_EQ(M::IsCoValue(id), id % 2 == 1 && InRanges(id, 100000, {{101, 8289}})) << id;
     ASSERT_EQ(M::IsParameterChannel(id), parameter) << id;
@@ -99,7 +114,8 @@ TEST(KnxOmbMapping, DeliberateOddities) {
   EXPECT_FALSE(M::GetCoChannelObjModelId(4096, kLd2));
   EXPECT_EQ(M::GetCoNumberFromObjModelId(100101, kLd2), std::uint16_t{50001});
   EXPECT_EQ(M::GetParameterChannelObjModelId(0, kLd1, ParameterType::Ip), Id{160000});  // refused
-  EXPECT_EQ(M::GetParameterChannelObjModelId(0, kLd1, ParameterType::Text), Id{180000});  // accepted
+  EXPECT_EQ(M::GetParameterChannelObjModelId(0, kLd1, ParameterType::Text),
+            Id{180000});  // accepted
   EXPECT_EQ(M::GetParameterNumberFromObjModelId(180000, kLd1), std::uint8_t{0});
   EXPECT_FALSE(M::GetParameterTypeFromObjModelId(200002, kLd2));  // although a "channel"
   EXPECT_EQ(M::GetIpParameterValueObjModelId(100, kLd1), Id{160201});
@@ -123,8 +139,9 @@ TEST(KnxOmbMapping, IdsBeyond32BitsAreNoIds) {
     EXPECT_FALSE(M::IsCoChannel(id) || M::IsCoValue(id) || M::IsParameterChannel(id));
     EXPECT_FALSE(M::IsAppHostAppControlState(id, kLd2));
     EXPECT_FALSE(M::GetCoValueObjModelId(id) || M::GetParameterValueObjModelId(id));
-    EXPECT_FALSE(M::GetCoNumberFromObjModelId(id, kLd1) || M::GetParameterTypeFromObjModelId(id, kLd1) ||
-                 M::GetParameterNumberFromObjModelId(id, kLd1) || M::GetLogicalDeviceIdFromObject(id));
+    EXPECT_FALSE(
+        M::GetCoNumberFromObjModelId(id, kLd1) || M::GetParameterTypeFromObjModelId(id, kLd1) ||
+        M::GetParameterNumberFromObjModelId(id, kLd1) || M::GetLogicalDeviceIdFromObject(id));
   }
   EXPECT_EQ(M::GetIvtFromMainType(high | 9), "Empty");
   EXPECT_EQ(M::GetIstFromMainType(high | 9), "Generic");
@@ -133,24 +150,37 @@ TEST(KnxOmbMapping, IdsBeyond32BitsAreNoIds) {
 
 TEST(KnxOmbMapping, ValueTypeAndDefaultOfEveryMainNumber) {
   const std::pair<std::vector<std::uint32_t>, int> groups[] = {
-      {{1}, 2}, {{2, 3, 5, 6, 17, 18, 20, 21, 23, 25, 26, 31, 238}, 6}, {{4, 29, 219, 222, 229, 230}, 1},
-      {{7, 22, 200, 201, 202, 217, 234, 237}, 7}, {{8, 13}, 4}, {{9, 14}, 3}, {{10}, 15}, {{11}, 11},
-      {{12, 15, 27, 30, 232}, 8}, {{16, 24, 28}, 10}, {{19}, 13}};
+      {{1}, 2},
+      {{2, 3, 5, 6, 17, 18, 20, 21, 23, 25, 26, 31, 238}, 6},
+      {{4, 29, 219, 222, 229, 230}, 1},
+      {{7, 22, 200, 201, 202, 217, 234, 237}, 7},
+      {{8, 13}, 4},
+      {{9, 14}, 3},
+      {{10}, 15},
+      {{11}, 11},
+      {{12, 15, 27, 30, 232}, 8},
+      {{16, 24, 28}, 10},
+      {{19}, 13}};
   std::map<std::uint32_t, TavValueType> rows;
   for (const auto& [mains, type] : groups) {
-    for (const std::uint32_t main : mains) rows[main] = TavValueType(type);
+    for (const std::uint32_t main : mains)
+      rows[main] = TavValueType(type);
   }
   for (std::uint32_t main = 0; main <= 300; ++main) {
     const bool hasRow = rows.count(main) == 1;
     const TavValueType type = hasRow ? rows[main] : TavValueType(1);
     const std::uint32_t code = (main << 16) | 1;
     EXPECT_EQ(M::GetIvtFromDpt(code), type) << main;
-    EXPECT_EQ(M::GetIvtFromMainType(main), hasRow ? TAVVALUE::GetNameFromValueType(type) : "Empty") << main;
+    EXPECT_EQ(M::GetIvtFromMainType(main), hasRow ? TAVVALUE::GetNameFromValueType(type) : "Empty")
+        << main;
     EXPECT_TRUE(hasRow || M::GetIstFromMainType(main) == "Generic") << main;
-    TAVVALUE parsed;  // the default has the row's type (an empty-type row's too: "1:"); no row: no default
+    TAVVALUE
+    parsed;  // the default has the row's type (an empty-type row's too: "1:"); no row: no default
     parsed.ivt = ivtNone;
     const std::string defaultText = M::GetDefaultValueFromDpt(code, false);
-    EXPECT_TRUE(hasRow ? parsed.Deserialize(defaultText) && parsed.ivt == type : defaultText.empty()) << main;
+    EXPECT_TRUE(hasRow ? parsed.Deserialize(defaultText) && parsed.ivt == type
+                       : defaultText.empty())
+        << main;
   }
   EXPECT_EQ(M::GetIstFromMainType(1), "Switch");
   EXPECT_EQ(M::GetDefaultValueFromDpt(393236, false), "6:1");  // 6.020 (intended)
@@ -160,7 +190,8 @@ TEST(KnxOmbMapping, ValueTypeAndDefaultOfEveryMainNumber) {
 
 using KnxOmbMappingDeathTest = ::testing::Test;
 TEST_F(KnxOmbMappingDeathTest, EmptyCreatorWithAnotherTypeIsAProgrammingError) {
-  EXPECT_DEATH(M::CreateDefaultValueEmpty(ivtFloat), "ZEL_ASSERT\\(emptyTavValue.ivt == ivt\\) failed");
+  EXPECT_DEATH(M::CreateDefaultValueEmpty(ivtFloat),
+               "ZEL_ASSERT\\(emptyTavValue.ivt == ivt\\) failed");
 }
 
 }  // namespace

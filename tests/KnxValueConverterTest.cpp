@@ -18,7 +18,7 @@ using namespace Tests;
 // A converter that counts its live instances and can throw from the stack.
 std::atomic<int> g_liveProbes{0};
 class ProbeConverter final : public KnxConverter {
-public:
+ public:
   explicit ProbeConverter(bool throws = false) : m_throws(throws) { ++g_liveProbes; }
   ProbeConverter(const ProbeConverter& other) : KnxConverter(other), m_throws(other.m_throws) {
     ++g_liveProbes;
@@ -26,22 +26,26 @@ public:
   ~ProbeConverter() override { --g_liveProbes; }
   KnxConverter* Clone() const override { return new ProbeConverter(*this); }
   bool ToKnxValue(const KNXDPT&, const TAVVALUE&, KnxStack::GroupValue&) override {
-    if (m_throws) throw KnxStack::GroupValueException("probe");
+    if (m_throws)
+      throw KnxStack::GroupValueException("probe");
     return true;
   }
   bool FromKnxValue(const KNXDPT&, const KnxStack::GroupValue&, TAVVALUE&) override {
-    if (m_throws) throw KnxStack::GroupValueException("probe");
+    if (m_throws)
+      throw KnxStack::GroupValueException("probe");
     return true;
   }
 
-private:
+ private:
   bool m_throws;
 };
 
 TEST(DptValueMap, FirstRegistrationWinsAndDuplicatesCountAsSuccess) {
   KnxValueConverter converter;
-  EXPECT_TRUE(converter.AddDptValueMapEntry(9, 1, 16, ivtFloat, TavDP::vstKnxFloat, ProbeConverter()));
-  EXPECT_TRUE(converter.AddDptValueMapEntry(9, 1, 8, ivtByte, TavDP::vstGeneric, KnxConverter1Bit()));
+  EXPECT_TRUE(
+      converter.AddDptValueMapEntry(9, 1, 16, ivtFloat, TavDP::vstKnxFloat, ProbeConverter()));
+  EXPECT_TRUE(
+      converter.AddDptValueMapEntry(9, 1, 8, ivtByte, TavDP::vstGeneric, KnxConverter1Bit()));
   const DptValueEntry& row = converter.GetEntry(Dpt(9, 1));
   EXPECT_EQ(row.valueType, ivtFloat);
   EXPECT_EQ(row.dpt.bitSize, 16);
@@ -94,37 +98,56 @@ TEST(DptValueMap, LookupHitAllocatesNothing) {
 }
 
 TEST(KnxValueConverter, CompatibilityIsDeliberatelyOneSided) {
-  struct Case { TavValueType a, b; bool compatible; };
+  struct Case {
+    TavValueType a, b;
+    bool compatible;
+  };
   const Case cases[] = {
-      {ivtFloat, ivtScaling, true},     {ivtScaling, ivtFloat, true},   {ivtAngle, ivtPercent, true},
-      {ivtInteger, ivtTimePeriod, true}, {ivtByte, ivtEnumByte, true},  {ivtWord, ivtCounter, true},
-      {ivtDWord, ivtWord, true},        {ivtDateTime, ivtDate, true},    {ivtDate, ivtDateTime, false},
-      {ivtTimestamp, ivtTimeUtc, true}, {ivtTime, ivtDateTime, false},   {ivtTimeUtc, ivtTime, true},
-      {ivtDateUtc, ivtTime, false},     {ivtBool, ivtByte, false},       {ivtChar, ivtInteger, false},
-      {ivtBinary, ivtString, false},    {ivtString, ivtString, true},    {ivtNone, ivtFloat, false},
-      {ivtEmpty, ivtEmpty, true},       {ivtInteger, ivtFloat, false},   {ivtByte, ivtWord, false},
+      {ivtFloat, ivtScaling, true},  {ivtScaling, ivtFloat, true},
+      {ivtAngle, ivtPercent, true},  {ivtInteger, ivtTimePeriod, true},
+      {ivtByte, ivtEnumByte, true},  {ivtWord, ivtCounter, true},
+      {ivtDWord, ivtWord, true},     {ivtDateTime, ivtDate, true},
+      {ivtDate, ivtDateTime, false}, {ivtTimestamp, ivtTimeUtc, true},
+      {ivtTime, ivtDateTime, false}, {ivtTimeUtc, ivtTime, true},
+      {ivtDateUtc, ivtTime, false},  {ivtBool, ivtByte, false},
+      {ivtChar, ivtInteger, false},  {ivtBinary, ivtString, false},
+      {ivtString, ivtString, true},  {ivtNone, ivtFloat, false},
+      {ivtEmpty, ivtEmpty, true},    {ivtInteger, ivtFloat, false},
+      {ivtByte, ivtWord, false},
   };
   for (const Case& c : cases) {
-    EXPECT_EQ(KnxValueConverter::AreValueTypesCompatible(c.a, c.b), c.compatible) << c.a << " vs " << c.b;
+    EXPECT_EQ(KnxValueConverter::AreValueTypesCompatible(c.a, c.b), c.compatible)
+        << c.a << " vs " << c.b;
   }
 }
 
 TEST(KnxValueConverter, DefaultDptForValueTypeIncludingTheTwoOddRows) {
-  struct Case { TavValueType type; std::uint8_t bitsIn; bool found; std::uint16_t main, sub; std::uint8_t bits; };
+  struct Case {
+    TavValueType type;
+    std::uint8_t bitsIn;
+    bool found;
+    std::uint16_t main, sub;
+    std::uint8_t bits;
+  };
   const Case cases[] = {
-      {ivtBool, 7, true, 1, 1, 1},        {ivtDimming, 0, true, 3, 7, 4},     {ivtByte, 0, true, 5, 0, 8},
-      {ivtScaling, 0, true, 5, 1, 8},     {ivtFloat, 0, true, 9, 0, 16},      {ivtFloat, 4, true, 3, 0, 4},
-      {ivtFloat, 8, true, 5, 1, 8},       {ivtFloat, 16, true, 9, 0, 16},     {ivtFloat, 32, true, 14, 0, 16},
-      {ivtFloat, 64, false, 0, 0, 64},    {ivtTime, 0, true, 10, 1, 24},      {ivtDate, 0, true, 11, 1, 24},
-      {ivtDWord, 0, true, 12, 1, 32},     {ivtInteger, 0, true, 13, 0, 32},   {ivtInteger, 8, true, 6, 0, 8},
-      {ivtInteger, 16, true, 8, 0, 16},   {ivtInteger, 32, false, 0, 0, 32},  {ivtTimePeriod, 0, true, 13, 100, 32},
-      {ivtBinary, 0, true, 218, 0, 40},   {ivtDateTime, 0, true, 19, 1, 64},  {ivtString, 0, true, 16, 1, 112},
-      {ivtString, 8, true, 4, 1, 8},      {ivtString, 112, true, 16, 0, 8},   {ivtString, 16, false, 0, 0, 16},
-      {ivtWord, 16, false, 0, 0, 16},     {ivtEmpty, 0, false, 0, 0, 0},
+      {ivtBool, 7, true, 1, 1, 1},       {ivtDimming, 0, true, 3, 7, 4},
+      {ivtByte, 0, true, 5, 0, 8},       {ivtScaling, 0, true, 5, 1, 8},
+      {ivtFloat, 0, true, 9, 0, 16},     {ivtFloat, 4, true, 3, 0, 4},
+      {ivtFloat, 8, true, 5, 1, 8},      {ivtFloat, 16, true, 9, 0, 16},
+      {ivtFloat, 32, true, 14, 0, 16},   {ivtFloat, 64, false, 0, 0, 64},
+      {ivtTime, 0, true, 10, 1, 24},     {ivtDate, 0, true, 11, 1, 24},
+      {ivtDWord, 0, true, 12, 1, 32},    {ivtInteger, 0, true, 13, 0, 32},
+      {ivtInteger, 8, true, 6, 0, 8},    {ivtInteger, 16, true, 8, 0, 16},
+      {ivtInteger, 32, false, 0, 0, 32}, {ivtTimePeriod, 0, true, 13, 100, 32},
+      {ivtBinary, 0, true, 218, 0, 40},  {ivtDateTime, 0, true, 19, 1, 64},
+      {ivtString, 0, true, 16, 1, 112},  {ivtString, 8, true, 4, 1, 8},
+      {ivtString, 112, true, 16, 0, 8},  {ivtString, 16, false, 0, 0, 16},
+      {ivtWord, 16, false, 0, 0, 16},    {ivtEmpty, 0, false, 0, 0, 0},
   };
   for (const Case& c : cases) {
     KNXDPT dpt = Dpt(0, 0, c.bitsIn);
-    EXPECT_EQ(KnxValueConverter::GetDefaultMappingDptForValueType(dpt, Typed(c.type)), c.found) << c.type;
+    EXPECT_EQ(KnxValueConverter::GetDefaultMappingDptForValueType(dpt, Typed(c.type)), c.found)
+        << c.type;
     EXPECT_EQ(dpt.mainNumber, c.main) << c.type << "/" << int{c.bitsIn};
     EXPECT_EQ(dpt.subNumber, c.sub) << c.type << "/" << int{c.bitsIn};
     EXPECT_EQ(dpt.bitSize, c.bits) << c.type << "/" << int{c.bitsIn};
@@ -133,9 +156,9 @@ TEST(KnxValueConverter, DefaultDptForValueTypeIncludingTheTwoOddRows) {
 
 TEST(KnxValueConverter, DefaultDptForSize) {
   const std::pair<int, std::pair<int, int>> cases[] = {
-      {1, {1, 1}},   {2, {2, 1}},   {4, {3, 7}},     {8, {5, 0}},     {16, {9, 0}},   {24, {10, 1}},
-      {32, {14, 0}}, {40, {218, 0}}, {48, {219, 1}}, {64, {19, 1}},   {112, {16, 1}}, {0, {0, 0}},
-      {3, {0, 0}},   {6, {0, 0}},   {255, {0, 0}}};
+      {1, {1, 1}},    {2, {2, 1}},   {4, {3, 7}},    {8, {5, 0}},    {16, {9, 0}},
+      {24, {10, 1}},  {32, {14, 0}}, {40, {218, 0}}, {48, {219, 1}}, {64, {19, 1}},
+      {112, {16, 1}}, {0, {0, 0}},   {3, {0, 0}},    {6, {0, 0}},    {255, {0, 0}}};
   for (const auto& c : cases) {
     KNXDPT dpt = Dpt(0, 0, static_cast<std::uint8_t>(c.first));
     EXPECT_EQ(KnxValueConverter::GetDefaultMappingDptForSize(dpt), c.second.first != 0) << c.first;
@@ -146,16 +169,19 @@ TEST(KnxValueConverter, DefaultDptForSize) {
 }
 
 TEST(KnxValueConverter, ExpectedBitSizes) {
-  const std::pair<int, std::int32_t> cases[] = {{0, 0},   {1, 1},    {16, 112}, {24, KnxValueConverter::kAnySize},
-                                                {31, 3},  {32, 0},   {199, 0},  {200, 9},
-                                                {208, 0}, {232, 24}, {233, 0},  {241, 32}, {242, 0}, {65535, 0}};
+  const std::pair<int, std::int32_t> cases[] = {
+      {0, 0},   {1, 1},    {16, 112}, {24, KnxValueConverter::kAnySize},
+      {31, 3},  {32, 0},   {199, 0},  {200, 9},
+      {208, 0}, {232, 24}, {233, 0},  {241, 32},
+      {242, 0}, {65535, 0}};
   for (const auto& c : cases) {
-    EXPECT_EQ(KnxValueConverter::GetExpectedBitSize(static_cast<std::uint16_t>(c.first)), c.second) << c.first;
+    EXPECT_EQ(KnxValueConverter::GetExpectedBitSize(static_cast<std::uint16_t>(c.first)), c.second)
+        << c.first;
   }
 }
 
 class Converting : public ::testing::Test {
-protected:
+ protected:
   void SetUp() override { ASSERT_TRUE(converter.Init()); }
   KnxValueConverter converter;
   LogCapture log{log4cplus::INFO_LOG_LEVEL};
@@ -181,7 +207,8 @@ TEST_F(Converting, UnknownDptIsAcceptedUntouchedAndLoggedTwice) {
   KNXDPT dpt = Dpt(30, 1);
   EXPECT_TRUE(converter.ToKnxValue(dpt, Typed(ivtByte), out));
   EXPECT_EQ(out.GetRawData().ToString(), "ab");
-  const auto unknown = {Error("No Entry found for DPT = 30.1"), Error("No Entry found for DPT = 30.1"),
+  const auto unknown = {Error("No Entry found for DPT = 30.1"),
+                        Error("No Entry found for DPT = 30.1"),
                         Error("Assume validity and accept value!")};
   EXPECT_TRUE(log.Equals(unknown));
   log.Clear();
@@ -209,8 +236,9 @@ TEST_F(Converting, ConverterRefusalAddsTheFramesLine) {
   KnxStack::GroupValue out;
   KNXDPT dpt = Dpt(9, 1);
   EXPECT_FALSE(converter.ToKnxValue(dpt, cold, out));
-  EXPECT_TRUE(log.Equals({Error("The internal value of DPT=9.1, f=-300 is out of the allowed range."),
-                          Error("Convert to KNX value failed for DPT = 9.1 val = " + cold.ToString())}));
+  EXPECT_TRUE(
+      log.Equals({Error("The internal value of DPT=9.1, f=-300 is out of the allowed range."),
+                  Error("Convert to KNX value failed for DPT = 9.1 val = " + cold.ToString())}));
 }
 
 TEST_F(Converting, BitSizeIsCheckedAndSixBitValuesAreReinterpreted) {
@@ -227,9 +255,10 @@ TEST_F(Converting, BitSizeIsCheckedAndSixBitValuesAreReinterpreted) {
   EXPECT_TRUE(converter.FromKnxValue(floatDpt, Group({0x0c, 0x33}, 16), value));
   EXPECT_DOUBLE_EQ(value.GetDouble(), 21.5);
   EXPECT_FALSE(converter.FromKnxValue(floatDpt, Group({0x0c, 0x33, 0, 0}, 32), value));
-  EXPECT_TRUE(log.Equals(
-      {Error("Failed to convert a GroupValue for DPT 1.1 because of unexpected bit size: 8, expected: 1"),
-       Error("Failed to convert a GroupValue for DPT 9.1 because of unexpected bit size: 32, expected: 16")}));
+  EXPECT_TRUE(log.Equals({Error("Failed to convert a GroupValue for DPT 1.1 because of unexpected "
+                                "bit size: 8, expected: 1"),
+                          Error("Failed to convert a GroupValue for DPT 9.1 because of unexpected "
+                                "bit size: 32, expected: 16")}));
 }
 
 TEST_F(Converting, DecodingSetsTheRowTypeBeforeConverting) {
@@ -237,8 +266,9 @@ TEST_F(Converting, DecodingSetsTheRowTypeBeforeConverting) {
   KNXDPT dpt = Dpt(5, 6);
   EXPECT_FALSE(converter.FromKnxValue(dpt, Group({0xFF}, 8), value));
   EXPECT_EQ(value.ivt, ivtByte);
-  EXPECT_TRUE(log.Equals({Error("Value out of raw range IntegerRange(0, 254, 0, 254) for DPT 5.6; value was 255"),
-                          Error("Convert from KNX value failed for DPT = 5.6 GroupValue = ff")}));
+  EXPECT_TRUE(log.Equals(
+      {Error("Value out of raw range IntegerRange(0, 254, 0, 254) for DPT 5.6; value was 255"),
+       Error("Convert from KNX value failed for DPT = 5.6 GroupValue = ff")}));
 }
 
 TEST_F(Converting, MissingDptWhenDecodingComesFromTheSize) {
@@ -252,8 +282,9 @@ TEST_F(Converting, MissingDptWhenDecodingComesFromTheSize) {
   KNXDPT none = Dpt(0, 0, 0);
   EXPECT_FALSE(converter.FromKnxValue(none, Group({0x01, 0x02, 0x03}, 20), value));
   EXPECT_EQ(none.bitSize, 0);
-  EXPECT_TRUE(log.Equals({Info("Could not find DPT for bit size 3"),
-                          Error("Convert from KNX value failed. Missing DPT. GroupValue = 01 02 03")}));
+  EXPECT_TRUE(
+      log.Equals({Info("Could not find DPT for bit size 3"),
+                  Error("Convert from KNX value failed. Missing DPT. GroupValue = 01 02 03")}));
 }
 
 TEST(KnxValueConverterExceptions, EncodingAnswersTrueDecodingFalse) {
@@ -265,8 +296,9 @@ TEST(KnxValueConverterExceptions, EncodingAnswersTrueDecodingFalse) {
   EXPECT_TRUE(converter.ToKnxValue(dpt, Typed(ivtFloat), group));
   TAVVALUE value;
   EXPECT_FALSE(converter.FromKnxValue(dpt, group, value));
-  EXPECT_TRUE(log.Equals({Error("Exception caught during conversion of TAVVALUE to GroupValue: probe"),
-                          Error("Exception caught during conversion of GroupValue: probe")}));
+  EXPECT_TRUE(
+      log.Equals({Error("Exception caught during conversion of TAVVALUE to GroupValue: probe"),
+                  Error("Exception caught during conversion of GroupValue: probe")}));
 }
 
 TEST(KnxValueConverterExceptions, ShortGroupValueIsCaughtWhenDecoding) {
@@ -325,7 +357,8 @@ TEST(ZelKnxValueConverter, SerialTextBothWays) {
     Bits(ivtBool, 1).Serialize(serialized, false);
     EXPECT_FALSE(converter.ToKnxValue(serialized, wide, out));
     const std::string size = std::to_string(wide);
-    EXPECT_TRUE(log.Equals({Info("Could not find DPT for bit size " + size), Info("Could not find DPT for bit size " + size)}));
+    EXPECT_TRUE(log.Equals({Info("Could not find DPT for bit size " + size),
+                            Info("Could not find DPT for bit size " + size)}));
   }
 }
 

@@ -25,7 +25,9 @@ std::ostream& operator<<(std::ostream& os, CountsStreaming) {
   return os << "counted";
 }
 
-void WriteOneError() { ZEL_LOG_ERROR("value " << 42 << ", text " << std::string("x")); }
+void WriteOneError() {
+  ZEL_LOG_ERROR("value " << 42 << ", text " << std::string("x"));
+}
 
 TEST(Logging, EntryCarriesPrefixSourceLineAndSignature) {
   LogCapture log;
@@ -37,8 +39,8 @@ TEST(Logging, EntryCarriesPrefixSourceLineAndSignature) {
   EXPECT_EQ(entry.text, "value 42, text x");
   EXPECT_EQ(entry.source, "tests/LoggingTest");
   EXPECT_EQ(entry.function, "void Zel::{anonymous}::WriteOneError()");
-  EXPECT_EQ(entry.message,
-            "WriteOneError [tests/LoggingTest:" + std::to_string(entry.line) + "] - value 42, text x");
+  EXPECT_EQ(entry.message, "WriteOneError [tests/LoggingTest:" + std::to_string(entry.line) +
+                               "] - value 42, text x");
 }
 
 TEST(Logging, ContextAndRecursionPaddingPrefixTheText) {

@@ -18,12 +18,20 @@ TEST(ToTavValue, EachTypeGoesToItsPlatformType) {
                                         boost::posix_time::time_duration(13, 14, 15, 5000));
   // long and unsigned long keep their low 32 bits, whatever their width.
   const std::pair<TAVVALUE, const char*> cases[] = {
-      {ToTavValue(true, ivtBool), "2:1"}, {ToTavValue<unsigned char>(255, ivtByte), "6:255"},
-      {ToTavValue<unsigned short>(65535, ivtWord), "7:65535"}, {ToTavValue<short>(-32768, ivtInteger), "4:-32768"},
+      {ToTavValue(true, ivtBool), "2:1"},
+      {ToTavValue<unsigned char>(255, ivtByte), "6:255"},
+      {ToTavValue<unsigned short>(65535, ivtWord), "7:65535"},
+      {ToTavValue<short>(-32768, ivtInteger), "4:-32768"},
       {ToTavValue(static_cast<long>(std::int64_t{0x180000005}), ivtInteger), "4:-2147483643"},
-      {ToTavValue(static_cast<unsigned long>(std::uint64_t{0x1FFFFFFFE}), ivtDWord), "8:4294967294"},
-      {ToTavValue(-21.25, ivtFloat), "3:-21.25"}, {ToTavValue(0.1f, ivtFloat), "3:0.10000000149011612"},
-      {ToTavValue(std::string("Gr\xC3\xBC\xC3\x9F" "e"), ivtString), "10:Gr\xC3\xBC\xC3\x9F" "e"},
+      {ToTavValue(static_cast<unsigned long>(std::uint64_t{0x1FFFFFFFE}), ivtDWord),
+       "8:4294967294"},
+      {ToTavValue(-21.25, ivtFloat), "3:-21.25"},
+      {ToTavValue(0.1f, ivtFloat), "3:0.10000000149011612"},
+      {ToTavValue(std::string("Gr\xC3\xBC\xC3\x9F"
+                              "e"),
+                  ivtString),
+       "10:Gr\xC3\xBC\xC3\x9F"
+       "e"},
       {ToTavValue(*ZelApp::TimeOfDay::Create(7, 8, 9, ZelApp::Sunday), ivtDayTime),
        "15:0000-00-00 07:08:09.000 w=64 utc=0 dst=0"},
       {ToTavValue(friday, ivtDate), "11:2024-05-17 00:00:00.000 w=16 utc=0 dst=0"},
@@ -48,18 +56,24 @@ TEST_F(ToTavValueDeathTest, TypeMismatchIsAProgrammingError) {
 }
 
 TEST(RepairUTF8, ReplacesEachInvalidSequenceByAQuestionMark) {
-  const std::string valid = "Gr\xC3\xBC\xC3\x9F" "e \xE2\x82\xAC";
+  const std::string valid =
+      "Gr\xC3\xBC\xC3\x9F"
+      "e \xE2\x82\xAC";
   EXPECT_EQ(RepairUTF8(valid), valid);
   // A bad octet, stray continuation octets, a sequence cut off at the end.
-  EXPECT_EQ(RepairUTF8("a\xFF" "b|\x80\x80x|ab\xE2\x82"), "a?b|??x|ab?");
+  EXPECT_EQ(RepairUTF8("a\xFF"
+                       "b|\x80\x80x|ab\xE2\x82"),
+            "a?b|??x|ab?");
 }
 
 TEST(MeasureDuration, InfoAtOrOverTheThresholdDebugOtherwise) {
   const std::pair<boost::optional<boost::timer::nanosecond_type>, log4cplus::LogLevel> cases[] = {
-      {0, log4cplus::INFO_LOG_LEVEL}, {boost::timer::nanosecond_type{1} << 60, log4cplus::DEBUG_LOG_LEVEL},
+      {0, log4cplus::INFO_LOG_LEVEL},
+      {boost::timer::nanosecond_type{1} << 60, log4cplus::DEBUG_LOG_LEVEL},
       {boost::none, log4cplus::DEBUG_LOG_LEVEL}};
   for (const auto& [threshold, level] : cases) {
-    SCOPED_TRACE(threshold ? "threshold " + std::to_string(*threshold) : std::string("no threshold"));
+    SCOPED_TRACE(threshold ? "threshold " + std::to_string(*threshold)
+                           : std::string("no threshold"));
     Tests::LogCapture log;
     { const MeasureDuration timer("Scope took ", threshold); }
     const auto entries = log.Entries();
@@ -67,7 +81,8 @@ TEST(MeasureDuration, InfoAtOrOverTheThresholdDebugOtherwise) {
     EXPECT_EQ(entries[0].level, level);
     EXPECT_EQ(entries[0].source, "Include/Zel/MeasureDuration");
     std::string shape = entries[0].text;  // the seconds (fewer than 10) with 6 decimals
-    std::replace_if(shape.begin(), shape.end(), [](char c) { return c >= '0' && c <= '9'; }, '9');
+    std::replace_if(
+        shape.begin(), shape.end(), [](char c) { return c >= '0' && c <= '9'; }, '9');
     EXPECT_EQ(shape, "Scope took 9.999999s");
   }
   Tests::LogCapture infoOnly(log4cplus::INFO_LOG_LEVEL);

@@ -28,7 +28,8 @@ using Json = nlohmann::json;
 using namespace std::chrono_literals;
 
 const char kGroupAddresses[] =
-    "\xEF\xBB\xBF\"Group name\";\"Address\";\"Central\";\"Unfiltered\";\"Description\";\"DatapointType\";"
+    "\xEF\xBB\xBF\"Group "
+    "name\";\"Address\";\"Central\";\"Unfiltered\";\"Description\";\"DatapointType\";"
     "\"Security\"\r\n"
     "\"Küche\";\"1/2/-\";\"\";\"\";\"\";\"\";\"Auto\"\r\n"
     "\"Temperatur Küche\";\"1/2/3\";\"\";\"\";\"\";\"DPST-9-1\";\"Auto\"\r\n"
@@ -47,7 +48,8 @@ pid_t Spawn(const std::vector<std::string>& args, const std::string& output) {
     dup2(open(output.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDOUT_FILENO);
     dup2(open((output + ".err").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
     std::vector<char*> argv;
-    for (const std::string& arg : args) argv.push_back(const_cast<char*>(arg.c_str()));
+    for (const std::string& arg : args)
+      argv.push_back(const_cast<char*>(arg.c_str()));
     argv.push_back(nullptr);
     execv(argv[0], argv.data());
     _exit(127);
@@ -63,8 +65,10 @@ std::string Read(const std::string& path) {
 }
 
 bool WaitFor(const std::function<bool()>& done, std::chrono::milliseconds timeout = 10s) {
-  for (const auto end = std::chrono::steady_clock::now() + timeout; std::chrono::steady_clock::now() < end;) {
-    if (done()) return true;
+  for (const auto end = std::chrono::steady_clock::now() + timeout;
+       std::chrono::steady_clock::now() < end;) {
+    if (done())
+      return true;
     std::this_thread::sleep_for(50ms);
   }
   return done();
@@ -83,7 +87,7 @@ int WaitExit(pid_t pid, std::chrono::milliseconds timeout = 10s) {
 }
 
 class ZelknxMonitor : public ::testing::Test {
-protected:
+ protected:
   void SetUp() override {
 #ifndef ZELKNX_WITH_MONITOR
     GTEST_SKIP() << "zelknx is built without knxd's client library: no monitor";
@@ -96,16 +100,21 @@ protected:
     m_dir = pattern;
     m_url = "local:" + m_dir + "/eib";
     std::ofstream(m_dir + "/ga.csv", std::ios::binary) << kGroupAddresses;
-    m_knxd = Spawn({ZELKNX_KNXD, "-e", "0.0.1", "-E", "0.0.2:8", "-u", m_dir + "/eib", "-b", "dummy:"},
-                   m_dir + "/knxd.log");
+    m_knxd =
+        Spawn({ZELKNX_KNXD, "-e", "0.0.1", "-E", "0.0.2:8", "-u", m_dir + "/eib", "-b", "dummy:"},
+              m_dir + "/knxd.log");
     struct stat info;
-    ASSERT_TRUE(WaitFor([&] { return stat((m_dir + "/eib").c_str(), &info) == 0; })) << Read(m_dir + "/knxd.log");
+    ASSERT_TRUE(WaitFor([&] { return stat((m_dir + "/eib").c_str(), &info) == 0; }))
+        << Read(m_dir + "/knxd.log");
   }
 
   void TearDown() override {
-    if (m_monitor > 0) WaitExit(m_monitor, 0ms);
-    if (m_knxd > 0) StopKnxd();
-    if (!m_dir.empty()) std::system(("rm -rf '" + m_dir + "'").c_str());
+    if (m_monitor > 0)
+      WaitExit(m_monitor, 0ms);
+    if (m_knxd > 0)
+      StopKnxd();
+    if (!m_dir.empty())
+      std::system(("rm -rf '" + m_dir + "'").c_str());
   }
 
   void StopKnxd() {
@@ -126,13 +135,15 @@ protected:
     std::istringstream in(Read(m_dir + "/monitor.out"));
     for (std::string line; std::getline(in, line);) {
       Json json = Json::parse(line);
-      if (json.value("dst", "") != kProbe) lines.push_back(std::move(json));
+      if (json.value("dst", "") != kProbe)
+        lines.push_back(std::move(json));
     }
     return lines;
   }
 
   void Send(const std::string& command) {
-    const std::string shell = std::string(ZELKNX_KNXTOOL) + " " + command.substr(0, command.find(' ')) + " " + m_url +
+    const std::string shell = std::string(ZELKNX_KNXTOOL) + " " +
+                              command.substr(0, command.find(' ')) + " " + m_url +
                               command.substr(command.find(' ')) + " >/dev/null 2>&1";
     ASSERT_EQ(std::system(shell.c_str()), 0) << shell;
   }
@@ -169,26 +180,72 @@ TEST_F(ZelknxMonitor, DecodesEveryTelegramWithTheGroupAddressList) {
   Send("groupwrite 1/2/7 56");
   Send("groupread 1/2/3");
   const std::vector<Json> expected = {
-      {{"dst", "1/2/3"}, {"name", "Temperatur Küche"}, {"dpt", "9.001"}, {"apci", "write"}, {"hex", "0c33"},
-       {"value", 21.5}, {"unit", "°C"}},
-      {{"dst", "1/2/4"}, {"name", "Licht Küche"}, {"dpt", "1.001"}, {"apci", "write"}, {"hex", "01"},
-       {"value", true}, {"unit", nullptr}},
-      {{"dst", "1/2/5"}, {"name", "Leistung Herd"}, {"dpt", "14.056"}, {"apci", "write"}, {"hex", "42c80000"},
-       {"value", 100.0}, {"unit", "W"}},
-      {{"dst", "1/2/8"}, {"name", "Zähler"}, {"dpt", "7.001"}, {"apci", "write"}, {"hex", "01f4"},
-       {"value", 500}, {"unit", "pulses"}},
-      {{"dst", "1/2/9"}, {"name", "Impulse"}, {"dpt", "5.010"}, {"apci", "write"}, {"hex", "2a"},
-       {"value", 42}, {"unit", "pulses"}},
-      {{"dst", "1/2/10"}, {"name", "Uhrzeit"}, {"dpt", "10.001"}, {"apci", "write"}, {"hex", "281e00"},
-       {"value", "Mon 08:30:00"}, {"unit", nullptr}},
-      {{"dst", "1/2/6"}, {"name", "Reserve"}, {"dpt", nullptr}, {"apci", "write"}, {"hex", "1234"},
-       {"value", nullptr}, {"unit", nullptr}},
-      {{"dst", "1/2/7"}, {"name", nullptr}, {"dpt", nullptr}, {"apci", "write"}, {"hex", "56"},
-       {"value", nullptr}, {"unit", nullptr}},
-      {{"dst", "1/2/3"}, {"name", "Temperatur Küche"}, {"dpt", "9.001"}, {"apci", "read"}, {"hex", ""},
-       {"value", nullptr}, {"unit", nullptr}},
+      {{"dst", "1/2/3"},
+       {"name", "Temperatur Küche"},
+       {"dpt", "9.001"},
+       {"apci", "write"},
+       {"hex", "0c33"},
+       {"value", 21.5},
+       {"unit", "°C"}},
+      {{"dst", "1/2/4"},
+       {"name", "Licht Küche"},
+       {"dpt", "1.001"},
+       {"apci", "write"},
+       {"hex", "01"},
+       {"value", true},
+       {"unit", nullptr}},
+      {{"dst", "1/2/5"},
+       {"name", "Leistung Herd"},
+       {"dpt", "14.056"},
+       {"apci", "write"},
+       {"hex", "42c80000"},
+       {"value", 100.0},
+       {"unit", "W"}},
+      {{"dst", "1/2/8"},
+       {"name", "Zähler"},
+       {"dpt", "7.001"},
+       {"apci", "write"},
+       {"hex", "01f4"},
+       {"value", 500},
+       {"unit", "pulses"}},
+      {{"dst", "1/2/9"},
+       {"name", "Impulse"},
+       {"dpt", "5.010"},
+       {"apci", "write"},
+       {"hex", "2a"},
+       {"value", 42},
+       {"unit", "pulses"}},
+      {{"dst", "1/2/10"},
+       {"name", "Uhrzeit"},
+       {"dpt", "10.001"},
+       {"apci", "write"},
+       {"hex", "281e00"},
+       {"value", "Mon 08:30:00"},
+       {"unit", nullptr}},
+      {{"dst", "1/2/6"},
+       {"name", "Reserve"},
+       {"dpt", nullptr},
+       {"apci", "write"},
+       {"hex", "1234"},
+       {"value", nullptr},
+       {"unit", nullptr}},
+      {{"dst", "1/2/7"},
+       {"name", nullptr},
+       {"dpt", nullptr},
+       {"apci", "write"},
+       {"hex", "56"},
+       {"value", nullptr},
+       {"unit", nullptr}},
+      {{"dst", "1/2/3"},
+       {"name", "Temperatur Küche"},
+       {"dpt", "9.001"},
+       {"apci", "read"},
+       {"hex", ""},
+       {"value", nullptr},
+       {"unit", nullptr}},
   };
-  ASSERT_TRUE(WaitFor([&] { return Lines().size() >= expected.size(); })) << Read(m_dir + "/monitor.out");
+  ASSERT_TRUE(WaitFor([&] { return Lines().size() >= expected.size(); }))
+      << Read(m_dir + "/monitor.out");
   kill(m_monitor, SIGTERM);
   EXPECT_EQ(WaitExit(m_monitor), 0);
   m_monitor = -1;

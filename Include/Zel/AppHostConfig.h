@@ -35,12 +35,14 @@
 namespace Zel {
 
 // The file LoadConfigurationFile() reads.
-inline constexpr char kAppHostConfigFilePath[] = "/opt/userdata/etc/zelapphost/zelapphostconfig.xml";
+inline constexpr char kAppHostConfigFilePath[] =
+    "/opt/userdata/etc/zelapphost/zelapphostconfig.xml";
 // Names used by the app host beside this file; the loader does not read them.
 inline constexpr char kConnectorAppName[] = "ConnectorApp";
 inline constexpr char kKimConfigName[] = "KimConfig";
 // Where the object model configuration usually lies.
-inline constexpr char kDefaultObjectModelConfigPath[] = "/opt/userdata/devicestack/zelOM/config.json";
+inline constexpr char kDefaultObjectModelConfigPath[] =
+    "/opt/userdata/devicestack/zelOM/config.json";
 
 // The bytes of the file at `path` (no terminator added), or empty when it
 // cannot be opened, is not a regular file (a directory, FIFO or device), is
@@ -49,7 +51,7 @@ inline constexpr char kDefaultObjectModelConfigPath[] = "/opt/userdata/devicesta
 ZEL_EXPORT boost::optional<std::vector<char>> LoadFile(const std::string& path);
 
 class ZEL_EXPORT AppHostConfiguration : private NonCopyable {
-public:
+ public:
   using Path = boost::filesystem::path;
 
   // All flags false, all paths and the response data points empty. Does
@@ -101,7 +103,7 @@ public:
   // before the bad ObjId keep their new values.
   bool LoadAppHostConfigXML(char* text);
 
-private:
+ private:
   std::atomic<bool> m_appDebugMode{false};
   std::atomic<bool> m_appHostStartupDisabled{false};
   std::atomic<bool> m_appConnectorHostStartupDisabled{false};

@@ -10,7 +10,7 @@ template <class T, T Min, T Max, class Tag>
 class BoundedInt {
   static_assert(Min <= Max, "empty range");
 
-public:
+ public:
   static constexpr T kMin = Min;
   static constexpr T kMax = Max;
 
@@ -22,7 +22,7 @@ public:
   friend bool operator==(BoundedInt a, BoundedInt b) { return a.m_value == b.m_value; }
   friend bool operator!=(BoundedInt a, BoundedInt b) { return a.m_value != b.m_value; }
 
-private:
+ private:
   T m_value;
 };
 

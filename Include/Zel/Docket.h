@@ -19,7 +19,7 @@
 namespace Zel {
 
 class ZEL_EXPORT Docket {
-public:
+ public:
   // Not answered, reply not valid, both texts empty.
   Docket();
   Docket(std::string reply, std::string deliveryError, bool isReplyValid, bool isAnswered);
@@ -39,7 +39,7 @@ public:
   // The device stack's error text; empty when it reported none.
   const std::string& ReadDeliveryError() const;
 
-private:
+ private:
   std::string m_reply;
   std::string m_deliveryError;
   bool m_replyValid = false;

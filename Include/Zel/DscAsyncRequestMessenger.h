@@ -39,7 +39,7 @@ namespace Zel {
 
 class ZEL_EXPORT DscAsyncRequestMessenger : private Quor::IDeviceStackClient::IResponseHandler,
                                             private NonCopyable {
-public:
+ public:
   // Each request is sent at most retries + 1 times; a zero time-out passed
   // to an operation means `defaultTimeout`.
   DscAsyncRequestMessenger(RequestMessengerDeviceStack& deviceStack,
@@ -76,12 +76,13 @@ public:
   // stack accepted the request (non-empty request id).
   bool SetValueAndIgnoreResponse(unsigned long id, const TAVVALUE& value, bool flag);
 
-private:
+ private:
   using IError = Quor::IDeviceStackClient::IError;
 
   template <class DoAsyncRequest>
   Docket SynchronizeRequest(const DoAsyncRequest& doAsyncRequest,
-                            boost::posix_time::time_duration timeout, const BoolReader& isStillRelevant);
+                            boost::posix_time::time_duration timeout,
+                            const BoolReader& isStillRelevant);
   // The wait for one attempt: registers a docket under `requestId`, waits,
   // unregisters. REQUIRES: `lock` holds m_mutex.
   boost::optional<Docket> AwaitDocket(boost::unique_lock<boost::mutex>& lock,
@@ -91,19 +92,22 @@ private:
   // REQUIRES: `lock` holds m_mutex.
   bool WaitForAnswer(boost::unique_lock<boost::mutex>& lock, const std::string& requestId,
                      boost::posix_time::time_duration timeout, const BoolReader& isStillRelevant);
-  void UpdateDocketList(const std::string& requestId, const std::string& reply, const IError& error);
+  void UpdateDocketList(const std::string& requestId, const std::string& reply,
+                        const IError& error);
 
   // Quor::IDeviceStackClient::IResponseHandler; called on the device stack's thread.
   void OnResponse(void* context, const std::string& requestId, const std::string& response,
                   const IError& error) override;
-  void OnRegisterApplication(void* context, const std::string& requestId, const IError& error) override;
+  void OnRegisterApplication(void* context, const std::string& requestId,
+                             const IError& error) override;
   void OnGetConfiguration(void* context, const std::string& requestId, const std::string& config,
                           const IError& error) override;
-  void OnSetConfiguration(void* context, const std::string& requestId, const IError& error) override;
-  void OnGetValue(void* context, const std::string& requestId, unsigned long id, const std::string& urn,
-                  const std::string& value, const IError& error) override;
-  void OnSetValue(void* context, const std::string& requestId, unsigned long id, const std::string& urn,
-                  const std::string& value, const IError& error) override;
+  void OnSetConfiguration(void* context, const std::string& requestId,
+                          const IError& error) override;
+  void OnGetValue(void* context, const std::string& requestId, unsigned long id,
+                  const std::string& urn, const std::string& value, const IError& error) override;
+  void OnSetValue(void* context, const std::string& requestId, unsigned long id,
+                  const std::string& urn, const std::string& value, const IError& error) override;
 
   RequestMessengerDeviceStack& m_deviceStack;
   const boost::posix_time::time_duration m_defaultTimeout;

@@ -17,7 +17,7 @@ class function;
 
 template <class R, class... Args>
 class function<R(Args...)> {
-public:
+ public:
   function() = default;
 
   template <class F, class = std::enable_if_t<!std::is_same<std::decay_t<F>, function>::value>>
@@ -31,7 +31,7 @@ public:
 
   explicit operator bool() const { return static_cast<bool>(m_storage); }
 
-private:
+ private:
   struct StorageBase {
     virtual ~StorageBase() = default;
     virtual R Call(Args... args) const = 0;

@@ -26,7 +26,7 @@ namespace Zel {
 // Out-of-range 16-bit integers are logged and then clamped (unsigned) or
 // saturated (signed) and sent. No exception leaves it.
 ZEL_EXPORT boost::optional<KnxStack::GroupValue> TavValueToGroupValue(const TAVVALUE& value,
-                                                                     unsigned long dptCode);
+                                                                      unsigned long dptCode);
 
 // The value of a received group value for `dptCode`: empty for an unsupported
 // DPT, a group value the DPT table refuses, or invalid data (logged). The
@@ -34,7 +34,7 @@ ZEL_EXPORT boost::optional<KnxStack::GroupValue> TavValueToGroupValue(const TAVV
 // bad-day-of-month error (std::out_of_range) for a DPT 19 value with month
 // or day 0. Calls slower than 100 ms are reported at INFO.
 ZEL_EXPORT boost::optional<TAVVALUE> GroupValueToTavValue(const KnxStack::GroupValue& value,
-                                                         unsigned long dptCode);
+                                                          unsigned long dptCode);
 
 // Whether the DPT table's converter accepts `value` for `dptCode` (size and
 // content); the decoded value is discarded.

@@ -41,7 +41,7 @@
 namespace Zel {
 
 class ZEL_EXPORT KnxOmbMapping {
-public:
+ public:
   // 32 bits on the device; see the note on ids above 0xFFFFFFFF below.
   using ObjModelId = unsigned long;
 

@@ -25,7 +25,7 @@ namespace Zel {
 // maps to, and the row's own converter. Copies clone the converter; the
 // row deletes it.
 class ZEL_EXPORT DptValueEntry {
-public:
+ public:
   DptValueEntry(const KNXDPT& dpt, TavValueType valueType, TavDP::TavValueSubType valueSubType,
                 const KnxConverter& prototype);
   DptValueEntry(const DptValueEntry& other);
@@ -42,7 +42,7 @@ public:
 // the main number's wildcard ("9.x"): it serves every sub number of that
 // main number that has no row of its own.
 class ZEL_EXPORT DptValueMap {
-public:
+ public:
   virtual ~DptValueMap();
 
   void Clear();
@@ -65,12 +65,12 @@ public:
   // once, thread-safely, on first use.
   static const DptValueEntry& EmptyEntry();
 
-private:
+ private:
   std::map<std::uint16_t, std::map<std::uint16_t, DptValueEntry>> m_rows;
 };
 
 class ZEL_EXPORT KnxValueConverter {
-public:
+ public:
   KnxValueConverter();
   virtual ~KnxValueConverter();
   KnxValueConverter(const KnxValueConverter&) = delete;
@@ -111,7 +111,7 @@ public:
   const DptValueEntry& GetEntry(const KNXDPT& dpt) const;
   const DptValueMap& GetMap() const { return m_map; }
 
-private:
+ private:
   bool FillDptValueMap();
 
   DptValueMap m_map;
@@ -121,7 +121,7 @@ private:
 // and may know only a bit size. Adds no decisions of its own: results and
 // log entries are KnxValueConverter's.
 class ZEL_EXPORT ZelKnxValueConverter {
-public:
+ public:
   ZelKnxValueConverter();
   ~ZelKnxValueConverter();
   ZelKnxValueConverter(const ZelKnxValueConverter&) = delete;
@@ -143,7 +143,7 @@ public:
   // the value into `out`; `out` is untouched on failure.
   bool FromKnxValue(const KnxStack::GroupValue& in, std::string& out, bool internalFormat);
 
-private:
+ private:
   KnxValueConverter m_converter;
 };
 

@@ -30,7 +30,7 @@ namespace Zel {
 // Stream() takes the message pieces, the destructor hands the text to the
 // logger. REQUIRES: the level is enabled (the macros ask first).
 class ZEL_EXPORT LogEntry {
-public:
+ public:
   LogEntry(log4cplus::LogLevel level, const char* source, int line, const char* function,
            const char* signature);
   ~LogEntry();
@@ -39,7 +39,7 @@ public:
 
   std::ostream& Stream() { return m_stream; }
 
-private:
+ private:
   log4cplus::LogLevel m_level;
   const char* m_source;
   int m_line;

@@ -36,7 +36,7 @@
 namespace Zel {
 
 class MeasureDuration : private NonCopyable {
-public:
+ public:
   // `threshold`: the wall time in nanoseconds from which the report is made
   // at INFO; none reports at DEBUG always.
   // REQUIRES: `message` outlives the scope (callers pass a literal).
@@ -62,13 +62,13 @@ public:
                m_message << boost::timer::format(elapsed, 6, "%ws"));
   }
 
-private:
+ private:
   // Whether the logger could take the entry now: at INFO with a threshold
   // (wherever DEBUG is enabled, INFO is too), at DEBUG without one. The
   // entry asks for its own level again when it is written.
   bool CouldReport() const {
     return GetGlobalDefaultLogger().isEnabledFor(m_threshold ? log4cplus::INFO_LOG_LEVEL
-                                                              : log4cplus::DEBUG_LOG_LEVEL);
+                                                             : log4cplus::DEBUG_LOG_LEVEL);
   }
 
   // Nanoseconds on the monotonic clock, precise or coarse.

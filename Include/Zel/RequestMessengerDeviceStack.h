@@ -22,7 +22,7 @@
 namespace Zel {
 
 class ZEL_EXPORT RequestMessengerDeviceStack : private NonCopyable {
-public:
+ public:
   virtual ~RequestMessengerDeviceStack();
 
   // `handler` receives every answer from now on; null unregisters.
@@ -35,7 +35,8 @@ public:
   virtual std::string SetConfigurationAsync(const std::string& config) = 0;
   // Synchronous: true when the device stack accepted the properties.
   virtual bool SetConfiguration(unsigned long id,
-                                const Quor::IDeviceStackClient::PropertyMap& properties, bool flag) = 0;
+                                const Quor::IDeviceStackClient::PropertyMap& properties,
+                                bool flag) = 0;
   virtual bool GetDeviceConfig(std::string& config, bool flag) = 0;
   virtual bool SetDeviceConfig(const std::map<std::string, std::string>& config) = 0;
   virtual void EnableNativeFormat() = 0;
@@ -47,7 +48,7 @@ public:
 // thread may switch the format while others write values. The client must
 // outlive the adapter and is expected to be thread-safe itself.
 class ZEL_EXPORT RemoteRequestMessengerDeviceStack : public RequestMessengerDeviceStack {
-public:
+ public:
   explicit RemoteRequestMessengerDeviceStack(Quor::IDeviceStackClient& client);
 
   void SetResponseHandler(Quor::IDeviceStackClient::IResponseHandler* handler) override;
@@ -69,7 +70,7 @@ public:
   void EnableInternalValueFormat() override;
   void EnableDefaultValueFormat() override;
 
-private:
+ private:
   Quor::IDeviceStackClient& m_client;
   std::atomic<bool> m_internalValueFormat{false};
 };

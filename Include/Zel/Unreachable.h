@@ -21,12 +21,12 @@ namespace Zel {
 
 }  // namespace Zel
 
-#define ZEL_UNREACHABLE_AT(source)                                                     \
-  do {                                                                                 \
-    ZEL_LOG_AT(::log4cplus::FATAL_LOG_LEVEL, source,                                   \
+#define ZEL_UNREACHABLE_AT(source)                                                       \
+  do {                                                                                   \
+    ZEL_LOG_AT(::log4cplus::FATAL_LOG_LEVEL, source,                                     \
                "This statement should not be executed. There is a bug somewhere around " \
-                   << source << ':' << __LINE__);                                      \
-    ::Zel::TerminateUnreachable(source, __LINE__);                                     \
+                   << source << ':' << __LINE__);                                        \
+    ::Zel::TerminateUnreachable(source, __LINE__);                                       \
   } while (false)
 
 #define ZEL_UNREACHABLE() ZEL_UNREACHABLE_AT(ZEL_LOG_SOURCE)
@@ -37,7 +37,7 @@ namespace Zel {
 // is reported as unreachable code. Its position, Include/Zel/Unreachable:45,
 // is part of the report that the device's log tooling knows, so the report
 // stays on that line (the static_assert guards it).
-//
+// clang-format off
 // REQUIRES: `value` holds a value.
 template <class T>
 inline T UndefinedBehaviourIfNone(boost::optional<T> value) {
@@ -46,5 +46,6 @@ inline T UndefinedBehaviourIfNone(boost::optional<T> value) {
   }
   return std::move(*value);
 }
+// clang-format on
 
 }  // namespace Zel

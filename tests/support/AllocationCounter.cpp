@@ -19,12 +19,24 @@ void* Allocate(std::size_t size) {
 }
 }  // namespace
 
-void* operator new(std::size_t size) { return Allocate(size); }
-void* operator new[](std::size_t size) { return Allocate(size); }
-void operator delete(void* p) noexcept { std::free(p); }
-void operator delete[](void* p) noexcept { std::free(p); }
-void operator delete(void* p, std::size_t) noexcept { std::free(p); }
-void operator delete[](void* p, std::size_t) noexcept { std::free(p); }
+void* operator new(std::size_t size) {
+  return Allocate(size);
+}
+void* operator new[](std::size_t size) {
+  return Allocate(size);
+}
+void operator delete(void* p) noexcept {
+  std::free(p);
+}
+void operator delete[](void* p) noexcept {
+  std::free(p);
+}
+void operator delete(void* p, std::size_t) noexcept {
+  std::free(p);
+}
+void operator delete[](void* p, std::size_t) noexcept {
+  std::free(p);
+}
 
 namespace Zel {
 namespace Tests {
@@ -33,8 +45,12 @@ AllocationCounter::AllocationCounter() {
   g_allocations = 0;
   ++g_counters;
 }
-AllocationCounter::~AllocationCounter() { --g_counters; }
-long AllocationCounter::Count() const { return g_allocations.load(); }
+AllocationCounter::~AllocationCounter() {
+  --g_counters;
+}
+long AllocationCounter::Count() const {
+  return g_allocations.load();
+}
 
 }  // namespace Tests
 }  // namespace Zel

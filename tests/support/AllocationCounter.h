@@ -7,7 +7,7 @@ namespace Zel {
 namespace Tests {
 
 class AllocationCounter {
-public:
+ public:
   AllocationCounter();
   ~AllocationCounter();
   AllocationCounter(const AllocationCounter&) = delete;

@@ -10,7 +10,7 @@ namespace Zel {
 namespace Tests {
 
 class LogCapture::Appender : public log4cplus::Appender {
-public:
+ public:
   ~Appender() override { destructorImpl(); }
   void close() override {}
 
@@ -23,7 +23,7 @@ public:
     m_entries.clear();
   }
 
-protected:
+ protected:
   void append(const log4cplus::spi::InternalLoggingEvent& event) override {
     LogEntry entry;
     entry.level = event.getLogLevel();
@@ -39,7 +39,7 @@ protected:
     m_entries.push_back(std::move(entry));
   }
 
-private:
+ private:
   mutable std::mutex m_mutex;
   std::vector<LogEntry> m_entries;
 };
@@ -62,7 +62,9 @@ LogCapture::~LogCapture() {
   m_logger.setLogLevel(m_savedLevel);
 }
 
-std::vector<LogEntry> LogCapture::Entries() const { return m_appender->Entries(); }
+std::vector<LogEntry> LogCapture::Entries() const {
+  return m_appender->Entries();
+}
 
 std::vector<LogEntry> LogCapture::EntriesAtLeast(log4cplus::LogLevel level) const {
   std::vector<LogEntry> result;
@@ -74,7 +76,9 @@ std::vector<LogEntry> LogCapture::EntriesAtLeast(log4cplus::LogLevel level) cons
   return result;
 }
 
-void LogCapture::Clear() { m_appender->Clear(); }
+void LogCapture::Clear() {
+  m_appender->Clear();
+}
 
 std::string LevelName(log4cplus::LogLevel level) {
   switch (level) {

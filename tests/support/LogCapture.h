@@ -36,14 +36,24 @@ struct ExpectedEntry {
   std::string text;
 };
 
-inline ExpectedEntry Fatal(std::string text) { return {log4cplus::FATAL_LOG_LEVEL, std::move(text)}; }
-inline ExpectedEntry Error(std::string text) { return {log4cplus::ERROR_LOG_LEVEL, std::move(text)}; }
-inline ExpectedEntry Warn(std::string text) { return {log4cplus::WARN_LOG_LEVEL, std::move(text)}; }
-inline ExpectedEntry Info(std::string text) { return {log4cplus::INFO_LOG_LEVEL, std::move(text)}; }
-inline ExpectedEntry Debug(std::string text) { return {log4cplus::DEBUG_LOG_LEVEL, std::move(text)}; }
+inline ExpectedEntry Fatal(std::string text) {
+  return {log4cplus::FATAL_LOG_LEVEL, std::move(text)};
+}
+inline ExpectedEntry Error(std::string text) {
+  return {log4cplus::ERROR_LOG_LEVEL, std::move(text)};
+}
+inline ExpectedEntry Warn(std::string text) {
+  return {log4cplus::WARN_LOG_LEVEL, std::move(text)};
+}
+inline ExpectedEntry Info(std::string text) {
+  return {log4cplus::INFO_LOG_LEVEL, std::move(text)};
+}
+inline ExpectedEntry Debug(std::string text) {
+  return {log4cplus::DEBUG_LOG_LEVEL, std::move(text)};
+}
 
 class LogCapture {
-public:
+ public:
   // Replaces the logger's appenders by the capture and sets its level to
   // `level`; both are restored on destruction.
   explicit LogCapture(log4cplus::LogLevel level = log4cplus::TRACE_LOG_LEVEL);
@@ -64,7 +74,7 @@ public:
   // No entry at all.
   ::testing::AssertionResult Empty() const { return Equals({}); }
 
-private:
+ private:
   class Appender;
   log4cplus::Logger m_logger;
   log4cplus::LogLevel m_savedLevel;

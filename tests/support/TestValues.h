@@ -18,7 +18,9 @@ using Octets = std::vector<std::uint8_t>;
 inline KNXDPT Dpt(std::uint16_t main, std::uint16_t sub, std::uint8_t bits = 0) {
   return KNXDPT{bits, main, sub};
 }
-inline constexpr std::uint32_t Code(std::uint32_t main, std::uint32_t sub) { return main << 16 | sub; }
+inline constexpr std::uint32_t Code(std::uint32_t main, std::uint32_t sub) {
+  return main << 16 | sub;
+}
 
 inline KnxStack::GroupValue Group(const Octets& octets, std::uint32_t bits) {
   return KnxStack::GroupValue(KnxStack::BinaryData(octets.data(), octets.size()), bits);

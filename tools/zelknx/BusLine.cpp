@@ -24,7 +24,8 @@ constexpr std::array<ApciWord, 3> kApciWords = {{
 
 std::string Trim(const std::string& text) {
   const auto first = text.find_first_not_of(" \t\r\n");
-  if (first == std::string::npos) return "";
+  if (first == std::string::npos)
+    return "";
   return text.substr(first, text.find_last_not_of(" \t\r\n") - first + 1);
 }
 
@@ -33,7 +34,8 @@ std::string Trim(const std::string& text) {
 bool ReadNumber(const std::string& text, unsigned long max, unsigned long& number) {
   const auto parsed = ParseUnsigned(text, max);
   number = parsed.value_or(0);
-  return parsed.has_value() && !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
+  return parsed.has_value() && !text.empty() &&
+         text.find_first_not_of("0123456789") == std::string::npos;
 }
 
 // An individual address "1.1.5" (4/4/8 bits).
@@ -62,7 +64,8 @@ bool ReadAddresses(const std::string& text, BusLine& bus, std::string& after, st
   const auto dstStart = to + 4;
   const auto dstEnd = text.find_first_of(" :", dstStart);
   const std::string src = text.substr(from + 6, to - from - 6);
-  const std::string dst = text.substr(dstStart, dstEnd == std::string::npos ? dstEnd : dstEnd - dstStart);
+  const std::string dst =
+      text.substr(dstStart, dstEnd == std::string::npos ? dstEnd : dstEnd - dstStart);
   std::uint16_t source = 0;
   if (!ReadIndividualAddress(src, source)) {
     error = "bad source address '" + src + "'";
@@ -81,17 +84,20 @@ bool ReadAddresses(const std::string& text, BusLine& bus, std::string& after, st
 
 bool ReadOctets(const std::string& text, BusLine& bus, std::string& error) {
   auto octets = ParseHex(text, error);
-  if (!octets) return false;
+  if (!octets)
+    return false;
   bus.octets = std::move(*octets);
   return true;
 }
 
 // groupsocketlisten: "Write from 1.1.5 to 1/2/3: 0C 33".
-boost::optional<BusLine> ParseGroupSocketLine(const std::string& line, const ApciWord& word, std::string& error) {
+boost::optional<BusLine> ParseGroupSocketLine(const std::string& line, const ApciWord& word,
+                                              std::string& error) {
   BusLine bus;
   bus.apci = word.apci;
   std::string after;
-  if (!ReadAddresses(line, bus, after, error)) return boost::none;
+  if (!ReadAddresses(line, bus, after, error))
+    return boost::none;
   if (word.apci == Apci::Read) {
     if (!Trim(after).empty()) {
       error = "data after a read";
@@ -103,7 +109,8 @@ boost::optional<BusLine> ParseGroupSocketLine(const std::string& line, const Apc
     error = "no ':' before the data";
     return boost::none;
   }
-  if (!ReadOctets(after.substr(1), bus, error)) return boost::none;
+  if (!ReadOctets(after.substr(1), bus, error))
+    return boost::none;
   if (bus.octets.empty()) {
     error = "no data";
     return boost::none;
@@ -115,20 +122,24 @@ boost::optional<BusLine> ParseGroupSocketLine(const std::string& line, const Apc
 boost::optional<BusLine> ParseBusMonitorLine(const std::string& line, std::string& error) {
   BusLine bus;
   std::string after;
-  if (!ReadAddresses(line, bus, after, error)) return boost::none;
+  if (!ReadAddresses(line, bus, after, error))
+    return boost::none;
   for (const ApciWord& word : kApciWords) {
     const std::string service = std::string(" ") + word.busMonitor;
     const auto at = after.find(service);
-    if (at == std::string::npos) continue;
+    if (at == std::string::npos)
+      continue;
     const auto end = at + service.size();
-    if (end < after.size() && after[end] != ' ') continue;  // a longer service name
+    if (end < after.size() && after[end] != ' ')
+      continue;  // a longer service name
     bus.apci = word.apci;
     std::string data = Trim(after.substr(end));
     if (data.compare(0, 7, "(small)") == 0) {
       bus.shortForm = true;
       data = data.substr(7);
     }
-    if (!ReadOctets(data, bus, error)) return boost::none;
+    if (!ReadOctets(data, bus, error))
+      return boost::none;
     if ((word.apci == Apci::Read) != bus.octets.empty()) {
       error = word.apci == Apci::Read ? "data after a read" : "no data";
       return boost::none;
@@ -186,7 +197,8 @@ boost::optional<BusLine> ParseBusLine(const std::string& text, std::string& erro
     error = "no data after '" + first + "'";
     return boost::none;
   }
-  if (!ReadOctets(line.substr(blank + 1), bus, error)) return boost::none;
+  if (!ReadOctets(line.substr(blank + 1), bus, error))
+    return boost::none;
   if (bus.octets.empty()) {
     error = "no data after '" + first + "'";
     return boost::none;

@@ -25,13 +25,13 @@ namespace {
 // Remembers the text of the last ERROR or FATAL entry of the library, without
 // the line prefix ("Function [Source:Line] - ").
 class LastErrorAppender final : public log4cplus::Appender {
-public:
+ public:
   ~LastErrorAppender() override { destructorImpl(); }
   void close() override { closed = true; }
   void Reset() { m_last.clear(); }
   const std::string& Last() const { return m_last; }
 
-protected:
+ protected:
   void append(const log4cplus::spi::InternalLoggingEvent& event) override {
     if (event.getLogLevel() >= log4cplus::ERROR_LOG_LEVEL) {
       const std::string& message = event.getMessage();
@@ -40,7 +40,7 @@ protected:
     }
   }
 
-private:
+ private:
   std::string m_last;
 };
 
@@ -55,19 +55,22 @@ std::string Join(const std::vector<std::string>& parts, std::size_t from, const 
 }
 
 std::string Silent(const Zel::KNXDPT& dpt) {
-  return "DPT " + DptName(dpt) + " refused the value without an error entry (--log-level WARN may say why)";
+  return "DPT " + DptName(dpt) +
+         " refused the value without an error entry (--log-level WARN may say why)";
 }
 
 TAVVALUE ReadValue(TavValueType type, const std::string& text) {
   const auto value = ParseValue(type, text);
   if (!value) {
-    throw UsageError{"'" + text + "' is not a value of type " + TAVVALUE::GetNameFromValueType(type)};
+    throw UsageError{"'" + text + "' is not a value of type " +
+                     TAVVALUE::GetNameFromValueType(type)};
   }
   return *value;
 }
 
 // The table row of `dpt`, refusing (with the table's own message) when it has none.
-const Zel::DptValueEntry& ReadEntry(const Zel::KnxValueConverter& converter, const Zel::KNXDPT& dpt) {
+const Zel::DptValueEntry& ReadEntry(const Zel::KnxValueConverter& converter,
+                                    const Zel::KNXDPT& dpt) {
   const Zel::DptValueEntry& entry = converter.GetEntry(dpt);
   if (&entry == &Zel::DptValueMap::EmptyEntry()) {
     Refuse("no table row for DPT " + DptName(dpt));
@@ -78,12 +81,16 @@ const Zel::DptValueEntry& ReadEntry(const Zel::KnxValueConverter& converter, con
 std::vector<std::uint8_t> ReadHex(const std::string& text) {
   std::string error;
   auto octets = ParseHex(text, error);
-  if (!octets) throw UsageError{error};
-  if (octets->size() > 255) throw UsageError{"payload longer than 255 octets"};
+  if (!octets)
+    throw UsageError{error};
+  if (octets->size() > 255)
+    throw UsageError{"payload longer than 255 octets"};
   return *octets;
 }
 
-Json NameOrNull(const char* text) { return text != nullptr ? Json(text) : Json(nullptr); }
+Json NameOrNull(const char* text) {
+  return text != nullptr ? Json(text) : Json(nullptr);
+}
 
 // The group address list's entry of `address`, or null.
 const GroupAddressEntry* FindGroup(const Session& session, std::uint16_t address) {
@@ -100,24 +107,31 @@ bool DecodeLine(const Session& session, std::size_t number, const std::string& l
   try {
     std::string why;
     const auto bus = ParseBusLine(line, why);
-    if (!bus) throw UsageError{why};
-    const GroupAddressEntry* group = bus->destination ? FindGroup(session, *bus->destination) : nullptr;
-    if (bus->source) json["src"] = IndividualAddressText(*bus->source);
+    if (!bus)
+      throw UsageError{why};
+    const GroupAddressEntry* group =
+        bus->destination ? FindGroup(session, *bus->destination) : nullptr;
+    if (bus->source)
+      json["src"] = IndividualAddressText(*bus->source);
     if (bus->destination) {
       json["dst"] = GroupAddressText(*bus->destination);
       json["group"] = group != nullptr ? Json(group->name) : Json(nullptr);
-      if (bus->source) json["apci"] = ApciName(bus->apci);  // a telegram, not "GA HEX"
-      text = GroupAddressText(*bus->destination) + (group != nullptr ? " " + group->name : "") + ": ";
+      if (bus->source)
+        json["apci"] = ApciName(bus->apci);  // a telegram, not "GA HEX"
+      text =
+          GroupAddressText(*bus->destination) + (group != nullptr ? " " + group->name : "") + ": ";
     }
     boost::optional<Zel::KNXDPT> dpt = bus->dpt;
-    if (!dpt && group != nullptr) dpt = group->dpt;
+    if (!dpt && group != nullptr)
+      dpt = group->dpt;
     if (bus->apci == Apci::Read) {
       json["dpt"] = dpt ? Json(DptName(*dpt)) : Json(nullptr);
       json["value"] = nullptr;
       text += "read";
     } else if (!dpt) {
-      throw UsageError{"no DPT for group address " + GroupAddressText(*bus->destination) +
-                       (session.groups ? " in " + options.gaCsv : " (give the ETS export with --ga-csv)")};
+      throw UsageError{
+          "no DPT for group address " + GroupAddressText(*bus->destination) +
+          (session.groups ? " in " + options.gaCsv : " (give the ETS export with --ga-csv)")};
     } else {
       ResetLastError();
       const TAVVALUE value = DecodeOctets(options, *dpt, bus->octets, bus->shortForm);
@@ -129,7 +143,8 @@ bool DecodeLine(const Session& session, std::size_t number, const std::string& l
     error = failure.message;
   }
   if (error) {
-    Print(options, Json{{"line", number}, {"error", *error}}, "line " + std::to_string(number) + ": error: " + *error);
+    Print(options, Json{{"line", number}, {"error", *error}},
+          "line " + std::to_string(number) + ": error: " + *error);
     return false;
   }
   Print(options, json, text);
@@ -140,7 +155,8 @@ int DecodeLines(const Session& session) {
   bool allDecoded = true;
   std::string line;
   for (std::size_t number = 1; std::getline(std::cin, line); ++number) {
-    if (line.find_first_not_of(" \t\r") == std::string::npos) continue;  // no result for a blank line
+    if (line.find_first_not_of(" \t\r") == std::string::npos)
+      continue;  // no result for a blank line
     allDecoded = DecodeLine(session, number, line) && allDecoded;
     std::cout.flush();
   }
@@ -161,14 +177,16 @@ std::pair<const char*, const char*> NameAndUnit(const Zel::DptValueEntry& entry,
   } else {
     names = FindDptName(entry.dpt);
   }
-  if (names == nullptr) return {nullptr, nullptr};
+  if (names == nullptr)
+    return {nullptr, nullptr};
   return {names->name, *names->unit != '\0' ? names->unit : nullptr};
 }
 
 template <class Converter>
 bool RangeOf(const Zel::KnxConverter& converter, std::string& text) {
   const auto* ranged = dynamic_cast<const Converter*>(&converter);
-  if (ranged != nullptr) text = Zel::ToString(ranged->GetRange());
+  if (ranged != nullptr)
+    text = Zel::ToString(ranged->GetRange());
   return ranged != nullptr;
 }
 
@@ -179,24 +197,29 @@ std::string RangeText(const Zel::KnxConverter& c) {
       RangeOf<KnxConverterByte8BitUnsigned>(c, t) || RangeOf<KnxConverterInteger8BitSigned>(c, t) ||
       RangeOf<KnxConverterStatus8Bit>(c, t) || RangeOf<KnxConverterInteger16BitUnsigned>(c, t) ||
       RangeOf<KnxConverterInteger16BitSigned>(c, t) || RangeOf<KnxConverterFloat16BitFloat>(c, t) ||
-      RangeOf<KnxConverterFloat32BitFloat>(c, t) || RangeOf<KnxConverterInteger24BitUnsigned>(c, t) ||
-      RangeOf<KnxConverterInteger32BitUnsigned>(c, t) || RangeOf<KnxConverterInteger32BitSigned>(c, t) ||
-      RangeOf<KnxConverter14ByteString>(c, t) || RangeOf<KnxConverterSceneNumber>(c, t) ||
-      RangeOf<KnxConverterSceneControl>(c, t) || RangeOf<KnxConverterSceneInfo>(c, t);
+      RangeOf<KnxConverterFloat32BitFloat>(c, t) ||
+      RangeOf<KnxConverterInteger24BitUnsigned>(c, t) ||
+      RangeOf<KnxConverterInteger32BitUnsigned>(c, t) ||
+      RangeOf<KnxConverterInteger32BitSigned>(c, t) || RangeOf<KnxConverter14ByteString>(c, t) ||
+      RangeOf<KnxConverterSceneNumber>(c, t) || RangeOf<KnxConverterSceneControl>(c, t) ||
+      RangeOf<KnxConverterSceneInfo>(c, t);
   return t;
 }
 
-void PrintRow(const Options& options, const Zel::DptValueEntry& entry, const boost::optional<Zel::KNXDPT>& requested) {
+void PrintRow(const Options& options, const Zel::DptValueEntry& entry,
+              const boost::optional<Zel::KNXDPT>& requested) {
   std::string converter = "-";
   if (entry.converter) {
     const Zel::KnxConverter& object = *entry.converter;
     converter = boost::core::demangle(typeid(object).name());
-    if (converter.rfind("Zel::", 0) == 0) converter.erase(0, 5);
+    if (converter.rfind("Zel::", 0) == 0)
+      converter.erase(0, 5);
   }
   const std::string range = entry.converter ? RangeText(*entry.converter) : "-";
   const std::string omType = Zel::KnxOmbMapping::GetIvtFromMainType(entry.dpt.mainNumber);
   TAVVALUE defaultValue;
-  const std::string serialized = Zel::KnxOmbMapping::GetDefaultValueFromDpt(DptCode(entry.dpt), false);
+  const std::string serialized =
+      Zel::KnxOmbMapping::GetDefaultValueFromDpt(DptCode(entry.dpt), false);
   const bool hasDefault = defaultValue.Deserialize(serialized);
   const auto names = NameAndUnit(entry, requested);
   const DptNameEntry* standard = requested ? FindDptName(*requested) : nullptr;
@@ -211,14 +234,17 @@ void PrintRow(const Options& options, const Zel::DptValueEntry& entry, const boo
   json["omDefault"] = hasDefault ? JsonValue(defaultValue) : Json(nullptr);
   json["name"] = NameOrNull(names.first);
   json["unit"] = NameOrNull(names.second);
-  if (standard != nullptr && standard->encodedAs != nullptr) json["encoded"] = standard->encodedAs;
+  if (standard != nullptr && standard->encodedAs != nullptr)
+    json["encoded"] = standard->encodedAs;
   std::ostringstream text;
   text << std::left << std::setw(9) << json["dpt"].get<std::string>() << std::right << std::setw(4)
-       << unsigned{entry.dpt.bitSize} << "  " << std::left << std::setw(12) << json["type"].get<std::string>()
-       << std::setw(14) << json["subtype"].get<std::string>() << std::setw(34) << converter << std::setw(12)
-       << omType << std::setw(12) << (hasDefault ? FormatValue(defaultValue) : "") << std::setw(48) << range << ' '
+       << unsigned{entry.dpt.bitSize} << "  " << std::left << std::setw(12)
+       << json["type"].get<std::string>() << std::setw(14) << json["subtype"].get<std::string>()
+       << std::setw(34) << converter << std::setw(12) << omType << std::setw(12)
+       << (hasDefault ? FormatValue(defaultValue) : "") << std::setw(48) << range << ' '
        << (names.first != nullptr ? names.first : "-");
-  if (names.second != nullptr) text << " [" << names.second << "]";
+  if (names.second != nullptr)
+    text << " [" << names.second << "]";
   if (standard != nullptr && standard->encodedAs != nullptr) {
     text << " (the value is the encoded number: " << standard->encodedAs << ")";
   }
@@ -226,10 +252,13 @@ void PrintRow(const Options& options, const Zel::DptValueEntry& entry, const boo
 }
 
 Zel::LogicalDeviceId ReadLd(const Options& options, std::size_t index) {
-  if (options.args.size() <= index) return Zel::LogicalDeviceId(1);
-  if (options.args.size() > index + 1) throw UsageError{"too many arguments"};
+  if (options.args.size() <= index)
+    return Zel::LogicalDeviceId(1);
+  if (options.args.size() > index + 1)
+    throw UsageError{"too many arguments"};
   const auto ld = ParseUnsigned(options.args[index], 2);
-  if (!ld || *ld < 1) throw UsageError{"the logical device is 1 or 2"};
+  if (!ld || *ld < 1)
+    throw UsageError{"the logical device is 1 or 2"};
   return Zel::LogicalDeviceId(static_cast<int>(*ld));
 }
 
@@ -263,13 +292,20 @@ void IdOf(const Options& options, unsigned long id) {
   } else if (ldOpt) {
     const Zel::LogicalDeviceId ld = *ldOpt;
     json["ld"] = ld.Get();
-    if (id == M::GetLogicalKnxDeviceObjModelId(ld)) kind = "logical KNX device";
-    else if (id == M::GetLastObjModelId(ld)) kind = "last id of the logical KNX device";
-    else if (id == M::GetAppHostAppControlChannelObjModelId(ld)) kind = "app-control channel";
-    else if (M::IsAppHostAppControlState(id, ld)) kind = "app-control state";
-    else if (M::IsAppHostAppControlEvent(id, ld)) kind = "app-control event";
-    else if (M::IsAppHostAppControlAliveHeartbeat(id, ld)) kind = "app-control alive heartbeat";
-    else if (M::IsAppHostAppControlAppDebug(id, ld)) kind = "app-control app debug";
+    if (id == M::GetLogicalKnxDeviceObjModelId(ld))
+      kind = "logical KNX device";
+    else if (id == M::GetLastObjModelId(ld))
+      kind = "last id of the logical KNX device";
+    else if (id == M::GetAppHostAppControlChannelObjModelId(ld))
+      kind = "app-control channel";
+    else if (M::IsAppHostAppControlState(id, ld))
+      kind = "app-control state";
+    else if (M::IsAppHostAppControlEvent(id, ld))
+      kind = "app-control event";
+    else if (M::IsAppHostAppControlAliveHeartbeat(id, ld))
+      kind = "app-control alive heartbeat";
+    else if (M::IsAppHostAppControlAppDebug(id, ld))
+      kind = "app-control app debug";
     else if (M::IsCoChannel(id) || M::IsCoValue(id)) {
       kind = M::IsCoChannel(id) ? "CO channel" : "CO value";
       const auto co = M::GetCoNumberFromObjModelId(M::IsCoChannel(id) ? id + 1 : id, ld);
@@ -286,7 +322,8 @@ void IdOf(const Options& options, unsigned long id) {
   std::string text = std::to_string(id) + ": " + kind;
   for (const auto& item : json.items()) {
     if (item.key() != "id" && item.key() != "kind") {
-      text += ", " + item.key() + " " + (item.value().is_string() ? item.value().get<std::string>() : item.value().dump());
+      text += ", " + item.key() + " " +
+              (item.value().is_string() ? item.value().get<std::string>() : item.value().dump());
     }
   }
   Print(options, json, text);
@@ -298,30 +335,39 @@ int Id(const Session& session) {
   using M = Zel::KnxOmbMapping;
   const Options& options = session.options;
   const auto& args = options.args;
-  if (args.empty()) throw UsageError{"id needs what to look up"};
+  if (args.empty())
+    throw UsageError{"id needs what to look up"};
   if (args[0] == "co" && args.size() >= 2) {
     const auto co = ParseUnsigned(args[1], 65535);
-    if (!co) throw UsageError{"bad CO number '" + args[1] + "'"};
+    if (!co)
+      throw UsageError{"bad CO number '" + args[1] + "'"};
     const auto ld = ReadLd(options, 2);
     const auto number = static_cast<std::uint16_t>(*co);
     const auto channel = M::GetCoChannelObjModelId(number, ld);
-    if (!channel) Refuse("CO " + args[1] + " has no object-model id (1..4095)");
+    if (!channel)
+      Refuse("CO " + args[1] + " has no object-model id (1..4095)");
     const auto value = M::GetCoValueObjModelId(number, ld);
     Json json;
     json["co"] = number;
     json["ld"] = ld.Get();
     json["channel"] = *channel;
     json["value"] = OptionalId(value);
-    Print(options, json, "CO " + std::to_string(number) + " of logical device " + std::to_string(ld.Get()) +
-                             ": channel " + IdText(channel) + ", value " + IdText(value));
+    Print(options, json,
+          "CO " + std::to_string(number) + " of logical device " + std::to_string(ld.Get()) +
+              ": channel " + IdText(channel) + ", value " + IdText(value));
   } else if (args[0] == "param" && args.size() >= 3) {
     Zel::ParameterType type;
-    if (args[1] == "ip") type = Zel::ParameterType::Ip;
-    else if (args[1] == "number") type = Zel::ParameterType::Number;
-    else if (args[1] == "text") type = Zel::ParameterType::Text;
-    else throw UsageError{"the parameter type is ip, number or text"};
+    if (args[1] == "ip")
+      type = Zel::ParameterType::Ip;
+    else if (args[1] == "number")
+      type = Zel::ParameterType::Number;
+    else if (args[1] == "text")
+      type = Zel::ParameterType::Text;
+    else
+      throw UsageError{"the parameter type is ip, number or text"};
     const auto n = ParseUnsigned(args[2], 65535);
-    if (!n) throw UsageError{"bad parameter number '" + args[2] + "'"};
+    if (!n)
+      throw UsageError{"bad parameter number '" + args[2] + "'"};
     const auto ld = ReadLd(options, 3);
     const auto number = static_cast<std::uint16_t>(*n);
     const auto channel = M::GetParameterChannelObjModelId(number, ld, type);
@@ -336,9 +382,10 @@ int Id(const Session& session) {
     json["ld"] = ld.Get();
     json["channel"] = *channel;
     json["value"] = OptionalId(value);
-    Print(options, json, std::string(TypeName(type)) + " parameter " + std::to_string(number) +
-                             " of logical device " + std::to_string(ld.Get()) + ": channel " +
-                             IdText(channel) + ", value " + IdText(value));
+    Print(options, json,
+          std::string(TypeName(type)) + " parameter " + std::to_string(number) +
+              " of logical device " + std::to_string(ld.Get()) + ": channel " + IdText(channel) +
+              ", value " + IdText(value));
   } else if (args[0] == "ld" && args.size() <= 2) {
     const auto ld = ReadLd(options, 1);
     Json json;
@@ -351,11 +398,13 @@ int Id(const Session& session) {
     json["appControlAlive"] = M::GetAppHostAppControlAliveObjModelId(ld);
     json["appControlAppDebug"] = M::GetAppHostAppControlAppDebugObjModelId(ld);
     std::string text;
-    for (const auto& item : json.items()) text += (text.empty() ? "" : "\n") + item.key() + ": " + item.value().dump();
+    for (const auto& item : json.items())
+      text += (text.empty() ? "" : "\n") + item.key() + ": " + item.value().dump();
     Print(options, json, text);
   } else if (args.size() == 1) {
     const auto id = ParseUnsigned(args[0], 0xFFFFFFFFu);
-    if (!id) throw UsageError{"bad id '" + args[0] + "'"};
+    if (!id)
+      throw UsageError{"bad id '" + args[0] + "'"};
     IdOf(options, *id);
   } else {
     throw UsageError{"unknown id query"};
@@ -373,7 +422,8 @@ Json OptionalPath(const boost::optional<Zel::AppHostConfiguration::Path>& path) 
 
 int Config(const Session& session) {
   const Options& options = session.options;
-  if (options.args.size() > 1) throw UsageError{"config takes at most one file"};
+  if (options.args.size() > 1)
+    throw UsageError{"config takes at most one file"};
   const std::string file = options.args.empty() ? Zel::kAppHostConfigFilePath : options.args[0];
   Zel::AppHostConfiguration config;
   try {
@@ -381,7 +431,8 @@ int Config(const Session& session) {
   } catch (const std::exception& error) {
     throw Refusal{error.what()};
   }
-  if (!g_lastError->Last().empty()) Refuse("");
+  if (!g_lastError->Last().empty())
+    Refuse("");
   Json json;
   json["file"] = file;
   json["WithoutKNX"] = config.IsAppHostWithoutKNX();
@@ -399,13 +450,12 @@ int Config(const Session& session) {
   for (const auto& item : json.items()) {
     text += (text.empty() ? "" : "\n") + item.key() + ": " +
             (item.value().is_string() ? item.value().get<std::string>()
-                                      : item.value().is_null() ? "-" : item.value().dump());
+             : item.value().is_null() ? "-"
+                                      : item.value().dump());
   }
   Print(options, json, text);
   return 0;
 }
-
-
 
 void InstallLastErrorLog() {
   log4cplus::SharedAppenderPtr appender(new LastErrorAppender());
@@ -413,7 +463,9 @@ void InstallLastErrorLog() {
   Zel::GetGlobalDefaultLogger().addAppender(appender);
 }
 
-void ResetLastError() { g_lastError->Reset(); }
+void ResetLastError() {
+  g_lastError->Reset();
+}
 
 void Refuse(const std::string& fallback) {
   const std::string& last = g_lastError->Last();
@@ -427,34 +479,41 @@ void Print(const Options& options, const Json& json, const std::string& text) {
 Zel::KNXDPT ReadDpt(const Session& session, const std::string& text) {
   if (session.options.code) {
     const auto dpt = ParseDptCode(text);
-    if (!dpt) throw UsageError{"bad DPT code '" + text + "'"};
+    if (!dpt)
+      throw UsageError{"bad DPT code '" + text + "'"};
     return *dpt;
   }
   if (session.groups && text.find('/') != std::string::npos) {
     const auto address = ParseGroupAddress(text);
-    if (!address) throw UsageError{"bad group address '" + text + "'"};
+    if (!address)
+      throw UsageError{"bad group address '" + text + "'"};
     const GroupAddressEntry* group = session.groups->Find(*address);
-    if (group == nullptr) throw UsageError{"group address " + text + " is not in " + session.options.gaCsv};
-    if (!group->dpt) throw UsageError{"group address " + text + " has no DPT in " + session.options.gaCsv};
+    if (group == nullptr)
+      throw UsageError{"group address " + text + " is not in " + session.options.gaCsv};
+    if (!group->dpt)
+      throw UsageError{"group address " + text + " has no DPT in " + session.options.gaCsv};
     return *group->dpt;
   }
   const auto dpt = ParseDptSpelling(text);
   if (!dpt) {
-    throw UsageError{"bad DPT '" + text +
-                     "' (write 9.001, 9.1, 9, DPST-9-1, DPT-9 or DPT_Value_Temp, a code with --code, or a "
-                     "group address with --ga-csv)"};
+    throw UsageError{
+        "bad DPT '" + text +
+        "' (write 9.001, 9.1, 9, DPST-9-1, DPT-9 or DPT_Value_Temp, a code with --code, or a "
+        "group address with --ga-csv)"};
   }
   return *dpt;
 }
 
-TAVVALUE DecodeOctets(const Options& options, const Zel::KNXDPT& dpt, const std::vector<std::uint8_t>& octets,
-                      bool shortForm, const boost::optional<unsigned long>& bits) {
+TAVVALUE DecodeOctets(const Options& options, const Zel::KNXDPT& dpt,
+                      const std::vector<std::uint8_t>& octets, bool shortForm,
+                      const boost::optional<unsigned long>& bits) {
   unsigned long size = 8 * static_cast<unsigned long>(octets.size());
   if (bits) {
     size = *bits;
   } else if (octets.size() == 1) {
     const std::int32_t expected = Zel::KnxValueConverter::GetExpectedBitSize(dpt.mainNumber);
-    if (shortForm || (expected >= 1 && expected <= 6)) size = 6;
+    if (shortForm || (expected >= 1 && expected <= 6))
+      size = 6;
   }
   const KnxStack::GroupValue group(KnxStack::BinaryData(octets.data(), octets.size()),
                                    static_cast<std::uint32_t>(size));
@@ -463,7 +522,8 @@ TAVVALUE DecodeOctets(const Options& options, const Zel::KNXDPT& dpt, const std:
     Zel::KnxValueConverter converter;
     converter.Init();
     Zel::KNXDPT resolved = dpt;
-    if (!converter.FromKnxValue(resolved, group, value)) Refuse(Silent(dpt));
+    if (!converter.FromKnxValue(resolved, group, value))
+      Refuse(Silent(dpt));
     return value;
   }
   boost::optional<TAVVALUE> result;
@@ -472,7 +532,8 @@ TAVVALUE DecodeOctets(const Options& options, const Zel::KNXDPT& dpt, const std:
   } catch (const std::exception& error) {
     throw Refusal{error.what()};
   }
-  if (!result) Refuse(Silent(dpt));
+  if (!result)
+    Refuse(Silent(dpt));
   return *result;
 }
 
@@ -490,7 +551,8 @@ std::string AddValue(Json& json, const Zel::KNXDPT& dpt, const TAVVALUE& value) 
 
 int Encode(const Session& session) {
   const Options& options = session.options;
-  if (options.args.size() < 2) throw UsageError{"encode needs a DPT and a value"};
+  if (options.args.size() < 2)
+    throw UsageError{"encode needs a DPT and a value"};
   const Zel::KNXDPT dpt = ReadDpt(session, options.args[0]);
   const std::string text = Join(options.args, 1, " ");
   KnxStack::GroupValue group;
@@ -499,38 +561,45 @@ int Encode(const Session& session) {
     converter.Init();
     const TAVVALUE value = ReadValue(ReadEntry(converter, dpt).valueType, text);
     Zel::KNXDPT resolved = dpt;
-    if (!converter.ToKnxValue(resolved, value, group)) Refuse(Silent(dpt));
+    if (!converter.ToKnxValue(resolved, value, group))
+      Refuse(Silent(dpt));
   } else {
     const unsigned long code = DptCode(dpt);
     const TAVVALUE value = ReadValue(Zel::KnxOmbMapping::GetIvtFromDpt(code), text);
     const auto result = Zel::TavValueToGroupValue(value, code);
-    if (!result) Refuse(Silent(dpt));
+    if (!result)
+      Refuse(Silent(dpt));
     group = *result;
   }
   const std::string hex = group.GetRawData().ToString();
   std::string packed;
   for (const char c : hex) {
-    if (c != ' ') packed += c;
+    if (c != ' ')
+      packed += c;
   }
   Json json;
   json["dpt"] = DptName(dpt);
   json["bits"] = group.GetDefinedSize();
   json["hex"] = packed;
   Print(options, json,
-        hex + " (" + std::to_string(group.GetDefinedSize()) + (group.GetDefinedSize() == 1 ? " bit)" : " bits)"));
+        hex + " (" + std::to_string(group.GetDefinedSize()) +
+            (group.GetDefinedSize() == 1 ? " bit)" : " bits)"));
   return 0;
 }
 
 int Decode(const Session& session) {
   const Options& options = session.options;
-  if (options.args.size() == 1 && options.args[0] == "-") return DecodeLines(session);
-  if (options.args.size() < 2) throw UsageError{"decode needs a DPT and a hex payload, or - to read lines"};
+  if (options.args.size() == 1 && options.args[0] == "-")
+    return DecodeLines(session);
+  if (options.args.size() < 2)
+    throw UsageError{"decode needs a DPT and a hex payload, or - to read lines"};
   const Zel::KNXDPT dpt = ReadDpt(session, options.args[0]);
   const auto octets = ReadHex(Join(options.args, 1, ""));
   boost::optional<unsigned long> bits;
   if (!options.bits.empty()) {
     bits = ParseUnsigned(options.bits, 0xFFFFFFFFul);
-    if (!bits) throw UsageError{"bad bit size '" + options.bits + "'"};
+    if (!bits)
+      throw UsageError{"bad bit size '" + options.bits + "'"};
   }
   const TAVVALUE value = DecodeOctets(options, dpt, octets, false, bits);
   Json json;
@@ -541,18 +610,21 @@ int Decode(const Session& session) {
 
 int Dpt(const Session& session) {
   const Options& options = session.options;
-  if (options.args.size() > 1) throw UsageError{"dpt takes at most one DPT"};
+  if (options.args.size() > 1)
+    throw UsageError{"dpt takes at most one DPT"};
   Zel::KnxValueConverter converter;
   converter.Init();
   if (!options.json) {
-    std::cout << std::left << std::setw(9) << "DPT" << std::right << std::setw(4) << "bits" << "  " << std::left
-              << std::setw(12) << "type" << std::setw(14) << "subtype" << std::setw(34) << "converter"
-              << std::setw(12) << "OM type" << std::setw(12) << "OM default" << std::setw(48) << "range"
+    std::cout << std::left << std::setw(9) << "DPT" << std::right << std::setw(4) << "bits"
+              << "  " << std::left << std::setw(12) << "type" << std::setw(14) << "subtype"
+              << std::setw(34) << "converter" << std::setw(12) << "OM type" << std::setw(12)
+              << "OM default" << std::setw(48) << "range"
               << " name [unit]\n";
   }
   if (options.args.empty()) {
     for (const auto& main : converter.GetMap().Rows()) {
-      for (const auto& row : main.second) PrintRow(options, row.second, boost::none);
+      for (const auto& row : main.second)
+        PrintRow(options, row.second, boost::none);
     }
     return 0;
   }

@@ -44,7 +44,7 @@ struct Options {
   std::string bits;    // decode: the group value's size, as given
   std::string gaCsv;   // the ETS group address export, if any
   std::string url = "local:/run/knx";
-  std::string count;   // monitor: stop after this many telegrams, as given
+  std::string count;  // monitor: stop after this many telegrams, as given
   std::vector<std::string> args;
 };
 
@@ -71,8 +71,9 @@ Zel::KNXDPT ReadDpt(const Session& session, const std::string& text);
 // when `shortForm` or when one octet belongs to a DPT of at most 6 bits,
 // else 8 bits per octet. The value the library decodes from it; throws
 // Refusal.
-TAVVALUE DecodeOctets(const Options& options, const Zel::KNXDPT& dpt, const std::vector<std::uint8_t>& octets,
-                      bool shortForm, const boost::optional<unsigned long>& bits = boost::none);
+TAVVALUE DecodeOctets(const Options& options, const Zel::KNXDPT& dpt,
+                      const std::vector<std::uint8_t>& octets, bool shortForm,
+                      const boost::optional<unsigned long>& bits = boost::none);
 
 // "dpt", "type", "value", "name", "unit" of a decoded value into `json`;
 // the value with its unit as text.

@@ -325,7 +325,8 @@ const std::vector<DptNameEntry> kTable = {
 bool SameName(const char* name, const std::string& text) {
   return std::strlen(name) == text.size() &&
          std::equal(text.begin(), text.end(), name, [](char a, char b) {
-           return std::tolower(static_cast<unsigned char>(a)) == std::tolower(static_cast<unsigned char>(b));
+           return std::tolower(static_cast<unsigned char>(a)) ==
+                  std::tolower(static_cast<unsigned char>(b));
          });
 }
 
@@ -353,7 +354,9 @@ boost::optional<Zel::KNXDPT> ParseEtsId(const std::string& text) {
 
 }  // namespace
 
-const std::vector<DptNameEntry>& DptNameTable() { return kTable; }
+const std::vector<DptNameEntry>& DptNameTable() {
+  return kTable;
+}
 
 const DptNameEntry* FindDptName(const Zel::KNXDPT& dpt) {
   // Sub 0 is both the main type and, for 14, 15 and 16, a subtype of its
@@ -362,9 +365,12 @@ const DptNameEntry* FindDptName(const Zel::KNXDPT& dpt) {
   const DptNameEntry* exact = nullptr;
   const DptNameEntry* mainType = nullptr;
   for (const DptNameEntry& entry : kTable) {
-    if (entry.mainNumber != dpt.mainNumber) continue;
-    if (entry.subNumber == dpt.subNumber) exact = &entry;
-    if (entry.subNumber == 0 && mainType == nullptr) mainType = &entry;
+    if (entry.mainNumber != dpt.mainNumber)
+      continue;
+    if (entry.subNumber == dpt.subNumber)
+      exact = &entry;
+    if (entry.subNumber == 0 && mainType == nullptr)
+      mainType = &entry;
   }
   return exact != nullptr ? exact : mainType;
 }
@@ -378,9 +384,12 @@ const char* ValueUnit(const Zel::KNXDPT& dpt) {
 }
 
 boost::optional<Zel::KNXDPT> ParseDptSpelling(const std::string& text) {
-  if (auto dpt = ParseDpt(text)) return dpt;
-  if (auto dpt = ParseEtsId(text)) return dpt;
-  if (text.compare(0, 4, "DPT_") != 0 && text.compare(0, 4, "dpt_") != 0) return boost::none;
+  if (auto dpt = ParseDpt(text))
+    return dpt;
+  if (auto dpt = ParseEtsId(text))
+    return dpt;
+  if (text.compare(0, 4, "DPT_") != 0 && text.compare(0, 4, "dpt_") != 0)
+    return boost::none;
   for (const DptNameEntry& entry : kTable) {
     if (SameName(entry.name, text)) {
       Zel::KNXDPT dpt;

@@ -47,7 +47,8 @@ char DetectSeparator(const std::string& text, std::size_t begin) {
   constexpr std::array<char, 3> kSeparators = {'\t', ';', ','};
   bool quoted = false;
   for (std::size_t i = begin; i < text.size() && (quoted || text[i] != '\n'); ++i) {
-    if (text[i] == '"') quoted = !quoted;
+    if (text[i] == '"')
+      quoted = !quoted;
     for (std::size_t s = 0; s < kSeparators.size() && !quoted; ++s) {
       counts[s] += text[i] == kSeparators[s] ? 1 : 0;
     }
@@ -57,7 +58,8 @@ char DetectSeparator(const std::string& text, std::size_t begin) {
 }
 
 // Every record of `text` from `pos`; blank lines give no record.
-std::vector<Record> Records(const std::string& text, std::size_t pos, char separator, const std::string& source) {
+std::vector<Record> Records(const std::string& text, std::size_t pos, char separator,
+                            const std::string& source) {
   std::vector<Record> records;
   std::size_t line = 1;
   while (pos < text.size()) {
@@ -94,7 +96,8 @@ std::vector<Record> Records(const std::string& text, std::size_t pos, char separ
             ++pos;
             break;
           }
-          if (text[pos] == '\n') ++line;
+          if (text[pos] == '\n')
+            ++line;
           field += text[pos];
         }
         if (pos < text.size() && text[pos] != separator && text[pos] != '\n' && text[pos] != '\r') {
@@ -111,8 +114,10 @@ std::vector<Record> Records(const std::string& text, std::size_t pos, char separ
       }
       record.fields.push_back(field);
     }
-    const bool blank = record.fields.size() == 1 && record.fields[0].find_first_not_of(" \t\r") == std::string::npos;
-    if (!blank) records.push_back(std::move(record));
+    const bool blank = record.fields.size() == 1 &&
+                       record.fields[0].find_first_not_of(" \t\r") == std::string::npos;
+    if (!blank)
+      records.push_back(std::move(record));
     ++line;
   }
   return records;
@@ -129,16 +134,19 @@ boost::optional<std::uint16_t> ParseGroupAddress(const std::string& text) {
   const std::vector<std::string> parts = Levels(text);
   unsigned long main = 0, middle = 0, sub = 0;
   if (parts.size() == 3) {
-    if (!Decimal(parts[0], 31, main) || !Decimal(parts[1], 7, middle) || !Decimal(parts[2], 255, sub)) {
+    if (!Decimal(parts[0], 31, main) || !Decimal(parts[1], 7, middle) ||
+        !Decimal(parts[2], 255, sub)) {
       return boost::none;
     }
     return static_cast<std::uint16_t>(main << 11 | middle << 8 | sub);
   }
   if (parts.size() == 2) {
-    if (!Decimal(parts[0], 31, main) || !Decimal(parts[1], 2047, sub)) return boost::none;
+    if (!Decimal(parts[0], 31, main) || !Decimal(parts[1], 2047, sub))
+      return boost::none;
     return static_cast<std::uint16_t>(main << 11 | sub);
   }
-  if (parts.size() != 1 || !Decimal(parts[0], 65535, sub)) return boost::none;
+  if (parts.size() != 1 || !Decimal(parts[0], 65535, sub))
+    return boost::none;
   return static_cast<std::uint16_t>(sub);
 }
 
@@ -152,7 +160,8 @@ std::string IndividualAddressText(std::uint16_t address) {
          std::to_string(address & 255);
 }
 
-GroupAddressCsvError::GroupAddressCsvError(const std::string& source, std::size_t line, const std::string& message)
+GroupAddressCsvError::GroupAddressCsvError(const std::string& source, std::size_t line,
+                                           const std::string& message)
     : std::runtime_error(source + ":" + std::to_string(line) + ": " + message), m_line(line) {}
 
 GroupAddressTable GroupAddressTable::Read(std::istream& in, const std::string& source) {
@@ -160,27 +169,31 @@ GroupAddressTable GroupAddressTable::Read(std::istream& in, const std::string& s
   const std::size_t begin = text.compare(0, 3, "\xEF\xBB\xBF") == 0 ? 3 : 0;
   const std::vector<Record> records = Records(text, begin, DetectSeparator(text, begin), source);
   if (records.empty()) {
-    throw GroupAddressCsvError(source, 0, "empty file, expected a header row with \"Group name\" and \"Address\"");
+    throw GroupAddressCsvError(
+        source, 0, "empty file, expected a header row with \"Group name\" and \"Address\"");
   }
   const std::vector<std::string>& header = records.front().fields;
   const std::size_t nameColumn = Column(header, "Group name");
   const std::size_t addressColumn = Column(header, "Address");
   const std::size_t dptColumn = Column(header, "DatapointType");
   if (nameColumn == header.size() || addressColumn == header.size()) {
-    throw GroupAddressCsvError(source, records.front().line,
-                               "the header row has no \"Group name\" or no \"Address\" column (is this an ETS "
-                               "group address export?)");
+    throw GroupAddressCsvError(
+        source, records.front().line,
+        "the header row has no \"Group name\" or no \"Address\" column (is this an ETS "
+        "group address export?)");
   }
   GroupAddressTable table;
   for (std::size_t i = 1; i < records.size(); ++i) {
     const Record& record = records[i];
     if (record.fields.size() != header.size()) {
       throw GroupAddressCsvError(source, record.line,
-                                 std::to_string(record.fields.size()) + " fields where the header row has " +
+                                 std::to_string(record.fields.size()) +
+                                     " fields where the header row has " +
                                      std::to_string(header.size()));
     }
     const std::string& address = record.fields[addressColumn];
-    if (address.find('-') != std::string::npos && address.find_first_not_of("0123456789/-") == std::string::npos) {
+    if (address.find('-') != std::string::npos &&
+        address.find_first_not_of("0123456789/-") == std::string::npos) {
       continue;  // a main or middle group: 1/-/-, 1/2/-
     }
     GroupAddressEntry entry;
@@ -193,7 +206,8 @@ GroupAddressTable GroupAddressTable::Read(std::istream& in, const std::string& s
     if (dptColumn < header.size() && !record.fields[dptColumn].empty()) {
       entry.dpt = ParseDptSpelling(record.fields[dptColumn]);
       if (!entry.dpt) {
-        throw GroupAddressCsvError(source, record.line, "bad datapoint type '" + record.fields[dptColumn] + "'");
+        throw GroupAddressCsvError(source, record.line,
+                                   "bad datapoint type '" + record.fields[dptColumn] + "'");
       }
     }
     table.m_entries.emplace(entry.address, std::move(entry));

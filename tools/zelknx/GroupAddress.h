@@ -40,16 +40,16 @@ struct GroupAddressEntry {
 // A malformed file or row; what() is "SOURCE:LINE: what is wrong"
 // (line 0: the file as a whole).
 class GroupAddressCsvError : public std::runtime_error {
-public:
+ public:
   GroupAddressCsvError(const std::string& source, std::size_t line, const std::string& message);
   std::size_t Line() const { return m_line; }
 
-private:
+ private:
   std::size_t m_line;
 };
 
 class GroupAddressTable {
-public:
+ public:
   // Reads a whole export; `source` names it in errors. Throws
   // GroupAddressCsvError. The first row of an address that appears twice
   // is kept.
@@ -59,7 +59,7 @@ public:
   const GroupAddressEntry* Find(std::uint16_t address) const;
   std::size_t Size() const { return m_entries.size(); }
 
-private:
+ private:
   std::map<std::uint16_t, GroupAddressEntry> m_entries;
 };
 

@@ -46,7 +46,8 @@ CLI::App* Parse(CLI::App& app, int argc, char** argv, Zelknx::Options& options) 
   // "--" ends the options: what follows are the command's arguments as
   // they are (CLI11 alone would take some of them for options).
   int end = 1;
-  while (end < argc && std::string(argv[end]) != "--") ++end;
+  while (end < argc && std::string(argv[end]) != "--")
+    ++end;
   try {
     app.parse(end, argv);
   } catch (const CLI::Success& answered) {
@@ -61,10 +62,13 @@ CLI::App* Parse(CLI::App& app, int argc, char** argv, Zelknx::Options& options) 
     throw Zelknx::UsageError{"unknown option " + extra.front()};
   }
   if (chosen.empty()) {
-    throw Zelknx::UsageError{extra.empty() ? "no command" : "unknown command '" + extra.front() + "'"};
+    throw Zelknx::UsageError{extra.empty() ? "no command"
+                                           : "unknown command '" + extra.front() + "'"};
   }
-  if (!extra.empty()) throw Zelknx::UsageError{"unexpected argument '" + extra.front() + "'"};
-  for (int i = end + 1; i < argc; ++i) options.args.emplace_back(argv[i]);
+  if (!extra.empty())
+    throw Zelknx::UsageError{"unexpected argument '" + extra.front() + "'"};
+  for (int i = end + 1; i < argc; ++i)
+    options.args.emplace_back(argv[i]);
   return chosen.front();
 }
 
@@ -75,9 +79,11 @@ int main(int argc, char** argv) {
   Zelknx::Session session;
   Zelknx::Options& options = session.options;
 
-  CLI::App app{"zelknx: KNX values, the DPT table, object-model ids and the app host configuration, from the "
-               "library; ETS group addresses, knxd logs and a live group monitor for integrators.",
-               "zelknx"};
+  CLI::App app{
+      "zelknx: KNX values, the DPT table, object-model ids and the app host configuration, from "
+      "the "
+      "library; ETS group addresses, knxd logs and a live group monitor for integrators.",
+      "zelknx"};
   app.set_version_flag("--version", std::string("zelknx ") + ZELKNX_VERSION);
   app.footer(kFooter);
   app.get_formatter()->label("Usage", "usage");
@@ -86,9 +92,11 @@ int main(int argc, char** argv) {
   // Options of every command, before or after it.
   app.add_flag("--json", options.json, "one JSON object per result, on one line");
   std::string logLevel;
-  app.add_option("--log-level", logLevel,
-                 "library log level on stderr: TRACE DEBUG INFO WARN ERROR FATAL OFF (default ERROR)");
-  app.add_option("--ga-csv", options.gaCsv, "ETS group address export (CSV): group addresses stand for their DPT");
+  app.add_option(
+      "--log-level", logLevel,
+      "library log level on stderr: TRACE DEBUG INFO WARN ERROR FATAL OFF (default ERROR)");
+  app.add_option("--ga-csv", options.gaCsv,
+                 "ETS group address export (CSV): group addresses stand for their DPT");
   app.add_flag("--code", options.code, "DPTs are numeric codes (main * 65536 + sub)");
 
   const std::vector<Command> commands = {
@@ -112,7 +120,8 @@ int main(int argc, char** argv) {
        "LD 1 or 2 (default 1); id ID says what the object-model id ID is.",
        Zelknx::Id},
       {"config", "loads the app host configuration and prints every option",
-       std::string("zelknx config [FILE]\nDefault FILE: ") + Zel::kAppHostConfigFilePath, Zelknx::Config},
+       std::string("zelknx config [FILE]\nDefault FILE: ") + Zel::kAppHostConfigFilePath,
+       Zelknx::Config},
 #ifdef ZELKNX_WITH_MONITOR
       {"monitor", "prints every group telegram that knxd sees",
        "zelknx monitor [--url URL] [--ga-csv FILE] [--count N] [--table]\n"
@@ -129,15 +138,18 @@ int main(int argc, char** argv) {
     sub->add_option("args", options.args, "arguments")->take_all();
     const std::string name = command.name;
     if (name == "encode" || name == "decode" || name == "monitor") {
-      sub->add_flag("--table", options.table, "convert with the DPT table (KnxValueConverter), not by DPT code");
+      sub->add_flag("--table", options.table,
+                    "convert with the DPT table (KnxValueConverter), not by DPT code");
     }
     if (name == "decode") {
-      sub->add_option("--bits", options.bits,
-                      "the group value's size in bits (default: 6 for one octet of a DPT of at most 6 bits, "
-                      "else 8 per octet)");
+      sub->add_option(
+          "--bits", options.bits,
+          "the group value's size in bits (default: 6 for one octet of a DPT of at most 6 bits, "
+          "else 8 per octet)");
     }
     if (name == "monitor") {
-      sub->add_option("--url", options.url, "knxd's URL: local:/run/knx (default) or ip:HOST[:PORT]");
+      sub->add_option("--url", options.url,
+                      "knxd's URL: local:/run/knx (default) or ip:HOST[:PORT]");
       sub->add_option("--count", options.count, "end after N telegrams");
     }
   }
@@ -158,23 +170,27 @@ int main(int argc, char** argv) {
 
   const bool wantsJson = [&] {
     for (int i = 1; i < argc && std::string(argv[i]) != "--"; ++i) {
-      if (std::string(argv[i]) == "--json") return true;
+      if (std::string(argv[i]) == "--json")
+        return true;
     }
     return false;
   }();
   try {
     CLI::App* chosen = Parse(app, argc, argv, options);
-    if (chosen == nullptr) return 0;
+    if (chosen == nullptr)
+      return 0;
     for (const auto& option : commandOptions) {
       const auto& owners = option.second;
       if (app.get_option(option.first)->count() > 0 &&
           std::find(owners.begin(), owners.end(), chosen->get_name()) == owners.end()) {
-        throw Zelknx::UsageError{"unknown option " + std::string(option.first) + " for " + chosen->get_name()};
+        throw Zelknx::UsageError{"unknown option " + std::string(option.first) + " for " +
+                                 chosen->get_name()};
       }
     }
     if (!logLevel.empty()) {
       const auto level = log4cplus::getLogLevelManager().fromString(logLevel);
-      if (level == log4cplus::NOT_SET_LOG_LEVEL) throw Zelknx::UsageError{"bad log level '" + logLevel + "'"};
+      if (level == log4cplus::NOT_SET_LOG_LEVEL)
+        throw Zelknx::UsageError{"bad log level '" + logLevel + "'"};
       Zel::GetGlobalDefaultLogger().setLogLevel(level);
     }
     if (!options.gaCsv.empty()) {
@@ -186,11 +202,13 @@ int main(int argc, char** argv) {
     }
     Zelknx::ResetLastError();
     for (const Command& command : commands) {
-      if (chosen->get_name() == command.name) return command.run(session);
+      if (chosen->get_name() == command.name)
+        return command.run(session);
     }
     return 2;
   } catch (const Zelknx::UsageError& error) {
-    if (wantsJson) std::cout << Zelknx::DumpJson(Json{{"error", error.message}}) << '\n';
+    if (wantsJson)
+      std::cout << Zelknx::DumpJson(Json{{"error", error.message}}) << '\n';
     std::cerr << "zelknx: " << error.message << "\n(zelknx --help, zelknx COMMAND --help)\n";
     return 2;
   } catch (const Zelknx::Refusal& refusal) {
@@ -201,7 +219,8 @@ int main(int argc, char** argv) {
     }
     return 1;
   } catch (const Zelknx::Unreachable& failure) {
-    if (wantsJson) std::cout << Zelknx::DumpJson(Json{{"error", failure.message}}) << '\n';
+    if (wantsJson)
+      std::cout << Zelknx::DumpJson(Json{{"error", failure.message}}) << '\n';
     std::cerr << "zelknx: " << failure.message << "\n";
     return 1;
   }

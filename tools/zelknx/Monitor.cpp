@@ -26,7 +26,8 @@ namespace {
 struct Connection {
   EIBConnection* handle = nullptr;
   ~Connection() {
-    if (handle != nullptr) EIBClose(handle);
+    if (handle != nullptr)
+      EIBClose(handle);
   }
 };
 
@@ -72,14 +73,16 @@ std::string Now() {
   std::tm local{};
   localtime_r(&seconds, &local);
   std::ostringstream out;
-  out << std::put_time(&local, "%Y-%m-%dT%H:%M:%S") << '.' << std::setw(3) << std::setfill('0') << millis;
+  out << std::put_time(&local, "%Y-%m-%dT%H:%M:%S") << '.' << std::setw(3) << std::setfill('0')
+      << millis;
   return out.str();
 }
 
 std::string Hex(const std::vector<std::uint8_t>& octets, const char* separator) {
   std::ostringstream out;
   for (std::size_t i = 0; i < octets.size(); ++i) {
-    out << (i > 0 ? separator : "") << std::hex << std::setw(2) << std::setfill('0') << unsigned{octets[i]};
+    out << (i > 0 ? separator : "") << std::hex << std::setw(2) << std::setfill('0')
+        << unsigned{octets[i]};
   }
   return out.str();
 }
@@ -87,7 +90,8 @@ std::string Hex(const std::vector<std::uint8_t>& octets, const char* separator) 
 // One telegram: the APDU as knxd hands it over (TPCI/APCI octets, then the
 // data; a 2-octet APDU carries the 6-bit short form in its last octet).
 // False for a service other than group value read, response and write.
-bool PrintTelegram(const Session& session, eibaddr_t src, eibaddr_t dst, const std::uint8_t* apdu, int length) {
+bool PrintTelegram(const Session& session, eibaddr_t src, eibaddr_t dst, const std::uint8_t* apdu,
+                   int length) {
   const Options& options = session.options;
   const unsigned service = ((apdu[0] & 0x03u) << 2) | (apdu[1] >> 6);
   Apci apci = Apci::Write;
@@ -120,8 +124,9 @@ bool PrintTelegram(const Session& session, eibaddr_t src, eibaddr_t dst, const s
   json["hex"] = Hex(octets, "");
   json["value"] = nullptr;
   json["unit"] = nullptr;
-  std::string text = json["time"].get<std::string>() + " " + json["src"].get<std::string>() + " -> " +
-                     json["dst"].get<std::string>() + (group != nullptr ? " " + group->name : "") +
+  std::string text = json["time"].get<std::string>() + " " + json["src"].get<std::string>() +
+                     " -> " + json["dst"].get<std::string>() +
+                     (group != nullptr ? " " + group->name : "") +
                      (dpt ? " (" + DptName(*dpt) + ")" : "") + " " + ApciName(apci);
   if (apci != Apci::Read && !dpt) {
     text += " " + Hex(octets, " ");
@@ -148,11 +153,13 @@ bool PrintTelegram(const Session& session, eibaddr_t src, eibaddr_t dst, const s
 
 int Monitor(const Session& session) {
   const Options& options = session.options;
-  if (!options.args.empty()) throw UsageError{"monitor takes no arguments"};
+  if (!options.args.empty())
+    throw UsageError{"monitor takes no arguments"};
   unsigned long count = 0;  // 0: until a signal
   if (!options.count.empty()) {
     const auto parsed = ParseUnsigned(options.count, 0xFFFFFFFFul);
-    if (!parsed || *parsed == 0) throw UsageError{"bad count '" + options.count + "'"};
+    if (!parsed || *parsed == 0)
+      throw UsageError{"bad count '" + options.count + "'"};
     count = *parsed;
   }
   StopSignals stop;
@@ -162,7 +169,8 @@ int Monitor(const Session& session) {
     throw Unreachable{"cannot connect to knxd at " + options.url + ": " + std::strerror(errno)};
   }
   if (EIBOpen_GroupSocket(connection.handle, 0) == -1) {
-    throw Unreachable{"knxd at " + options.url + " refused a group socket: " + std::strerror(errno)};
+    throw Unreachable{"knxd at " + options.url +
+                      " refused a group socket: " + std::strerror(errno)};
   }
   std::array<std::uint8_t, 256> apdu{};
   for (unsigned long received = 0; count == 0 || received < count;) {
@@ -171,21 +179,26 @@ int Monitor(const Session& session) {
       throw Unreachable{"lost the connection to knxd at " + options.url};
     }
     if (complete == 0) {
-      std::array<pollfd, 2> fds = {{{EIB_Poll_FD(connection.handle), POLLIN, 0}, {stop.Fd(), POLLIN, 0}}};
+      std::array<pollfd, 2> fds = {
+          {{EIB_Poll_FD(connection.handle), POLLIN, 0}, {stop.Fd(), POLLIN, 0}}};
       if (poll(fds.data(), fds.size(), -1) < 0 && errno != EINTR) {
         throw Unreachable{std::string("poll: ") + std::strerror(errno)};
       }
-      if ((fds[1].revents & POLLIN) != 0) return 0;  // SIGINT or SIGTERM
+      if ((fds[1].revents & POLLIN) != 0)
+        return 0;  // SIGINT or SIGTERM
       continue;
     }
     eibaddr_t src = 0;
     eibaddr_t dst = 0;
-    const int length = EIBGetGroup_Src(connection.handle, static_cast<int>(apdu.size()), apdu.data(), &src, &dst);
+    const int length =
+        EIBGetGroup_Src(connection.handle, static_cast<int>(apdu.size()), apdu.data(), &src, &dst);
     if (length < 0) {
       throw Unreachable{"lost the connection to knxd at " + options.url};
     }
-    if (length < 2) continue;
-    if (PrintTelegram(session, src, dst, apdu.data(), length)) ++received;
+    if (length < 2)
+      continue;
+    if (PrintTelegram(session, src, dst, apdu.data(), length))
+      ++received;
   }
   return 0;
 }

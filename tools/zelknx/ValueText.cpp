@@ -112,7 +112,8 @@ boost::optional<TAVTIME> ParseDateTime(const std::string& text, bool withTime) {
   }
   TAVTIME time;
   time.Clear(false);
-  const bool valid = withTime ? time.SetDateTime(y, mo, d, h, mi, s, false) : time.SetDate(y, mo, d, false);
+  const bool valid =
+      withTime ? time.SetDateTime(y, mo, d, h, mi, s, false) : time.SetDate(y, mo, d, false);
   if (!valid) {
     // Kept as written: refusing an impossible date is the library's call.
     time.year = y;
@@ -138,7 +139,8 @@ boost::optional<TAVVALUE> ParseTimeOfDay(const std::string& text, TavValueType t
   if (!ReadTime(text, pos, hour, minute, second)) {
     return boost::none;
   }
-  const auto time = ZelApp::TimeOfDay::Create(hour, minute, second, static_cast<ZelApp::DayOfWeek>(day));
+  const auto time =
+      ZelApp::TimeOfDay::Create(hour, minute, second, static_cast<ZelApp::DayOfWeek>(day));
   if (!time) {
     return boost::none;
   }
@@ -166,20 +168,26 @@ std::string DateText(const TAVTIME& time) {
 
 bool IsIntegerType(TavValueType type) {
   switch (type) {
-    case ivtChar: case ivtByte: case ivtEnumByte: case ivtWord: case ivtInteger:
-    case ivtTimePeriod: case ivtDWord: case ivtCounter:
-      return true;
-    default:
-      return false;
+    case ivtChar:
+    case ivtByte:
+    case ivtEnumByte:
+    case ivtWord:
+    case ivtInteger:
+    case ivtTimePeriod:
+    case ivtDWord:
+    case ivtCounter: return true;
+    default: return false;
   }
 }
 
 bool IsDoubleType(TavValueType type) {
   switch (type) {
-    case ivtFloat: case ivtPercent: case ivtScaling: case ivtDimming: case ivtAngle:
-      return true;
-    default:
-      return false;
+    case ivtFloat:
+    case ivtPercent:
+    case ivtScaling:
+    case ivtDimming:
+    case ivtAngle: return true;
+    default: return false;
   }
 }
 
@@ -202,45 +210,58 @@ boost::optional<TAVVALUE> ParseValue(TavValueType type, const std::string& text)
         return boost::none;
       }
       return value;
-    case ivtChar: case ivtByte: case ivtEnumByte: {
+    case ivtChar:
+    case ivtByte:
+    case ivtEnumByte: {
       // -128..-1 are the octet's two's complement (the byte of a signed DPT 6 value).
       const auto number = ParseInteger(text, -128, 255);
-      if (!number) return boost::none;
+      if (!number)
+        return boost::none;
       value.SetByte(static_cast<std::uint8_t>(*number & 0xFF));
       return value;
     }
-    case ivtInteger: case ivtTimePeriod: {
+    case ivtInteger:
+    case ivtTimePeriod: {
       const auto number = ParseInteger(text, std::numeric_limits<std::int32_t>::min(),
                                        std::numeric_limits<std::int32_t>::max());
-      if (!number) return boost::none;
+      if (!number)
+        return boost::none;
       value.SetInteger(static_cast<std::int32_t>(*number));
       return value;
     }
-    case ivtWord: case ivtDWord: case ivtCounter: {
+    case ivtWord:
+    case ivtDWord:
+    case ivtCounter: {
       // A word beyond 16 bits is passed on as such: the library's range
       // handling (clamping for DPT 7) is what the tool shows.
       const auto number = ParseInteger(text, 0, std::numeric_limits<std::uint32_t>::max());
-      if (!number) return boost::none;
+      if (!number)
+        return boost::none;
       value.SetDWord(static_cast<std::uint32_t>(*number));
       return value;
     }
-    case ivtString: case ivtBinary:
-      value.SetString(text);
-      return value;
-    case ivtDate: case ivtDateUtc: case ivtDateTime: case ivtDateTimeUtc: case ivtTimestamp: {
+    case ivtString:
+    case ivtBinary: value.SetString(text); return value;
+    case ivtDate:
+    case ivtDateUtc:
+    case ivtDateTime:
+    case ivtDateTimeUtc:
+    case ivtTimestamp: {
       const auto time = ParseDateTime(text, type != ivtDate && type != ivtDateUtc);
-      if (!time) return boost::none;
+      if (!time)
+        return boost::none;
       value.SetTime(*time);
       return value;
     }
-    case ivtDayTime: case ivtTime: case ivtTimeUtc:
-      return ParseTimeOfDay(text, type);
-    default:
-      break;
+    case ivtDayTime:
+    case ivtTime:
+    case ivtTimeUtc: return ParseTimeOfDay(text, type);
+    default: break;
   }
   if (IsDoubleType(type)) {
     double number = 0.0;
-    if (!ParseDouble(text, number)) return boost::none;
+    if (!ParseDouble(text, number))
+      return boost::none;
     value.SetDouble(number);
     return value;
   }
@@ -249,15 +270,17 @@ boost::optional<TAVVALUE> ParseValue(TavValueType type, const std::string& text)
 
 std::string FormatValue(const TAVVALUE& value) {
   switch (value.ivt) {
-    case ivtNone: case ivtEmpty:
-      return "-";
-    case ivtBool:
-      return value.GetBool() ? "true" : "false";
-    case ivtDate: case ivtDateUtc:
-      return DateText(value.GetTime());
-    case ivtDateTime: case ivtDateTimeUtc: case ivtTimestamp:
-      return DateText(value.GetTime()) + " " + TimeText(value.GetTime());
-    case ivtDayTime: case ivtTime: case ivtTimeUtc: {
+    case ivtNone:
+    case ivtEmpty: return "-";
+    case ivtBool: return value.GetBool() ? "true" : "false";
+    case ivtDate:
+    case ivtDateUtc: return DateText(value.GetTime());
+    case ivtDateTime:
+    case ivtDateTimeUtc:
+    case ivtTimestamp: return DateText(value.GetTime()) + " " + TimeText(value.GetTime());
+    case ivtDayTime:
+    case ivtTime:
+    case ivtTimeUtc: {
       std::string text;
       for (std::size_t i = 0; i < kWeekdays.size(); ++i) {
         if (value.GetTime().weekDays == (1u << i)) {
@@ -280,9 +303,12 @@ nlohmann::ordered_json JsonValue(const TAVVALUE& value) {
   }
   if (IsIntegerType(value.ivt)) {
     switch (value.ivt) {
-      case ivtChar: case ivtByte: case ivtEnumByte: return value.GetByte();
+      case ivtChar:
+      case ivtByte:
+      case ivtEnumByte: return value.GetByte();
       case ivtWord: return value.GetWord();
-      case ivtInteger: case ivtTimePeriod: return value.GetInteger();
+      case ivtInteger:
+      case ivtTimePeriod: return value.GetInteger();
       default: return value.GetDWord();
     }
   }
@@ -348,12 +374,14 @@ boost::optional<std::vector<std::uint8_t>> ParseHex(const std::string& text, std
   std::vector<std::uint8_t> octets;
   int high = -1;  // the first digit of an octet, while its second is awaited
   for (const char c : text) {
-    if (c == ' ' || c == ':' || c == '\t') continue;
+    if (c == ' ' || c == ':' || c == '\t')
+      continue;
     if (!std::isxdigit(static_cast<unsigned char>(c))) {
       error = "bad hex string '" + text + "'";
       return boost::none;
     }
-    const int digit = std::isdigit(static_cast<unsigned char>(c)) ? c - '0' : std::tolower(c) - 'a' + 10;
+    const int digit =
+        std::isdigit(static_cast<unsigned char>(c)) ? c - '0' : std::tolower(c) - 'a' + 10;
     if (high < 0) {
       high = digit;
     } else {

@@ -105,9 +105,8 @@ std::tm TAVTIME::ToTm() const {
   result.tm_min = minute;
   result.tm_sec = second;
   result.tm_wday = TmWeekDay(weekDays);
-  result.tm_yday = IsValidDate(year, month, day)
-                       ? DateInCycle(year, month, day).day_of_year() - 1
-                       : 0;
+  result.tm_yday =
+      IsValidDate(year, month, day) ? DateInCycle(year, month, day).day_of_year() - 1 : 0;
   result.tm_isdst = dst ? 1 : 0;
   return result;
 }

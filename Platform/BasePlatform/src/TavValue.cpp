@@ -103,7 +103,7 @@ void AppendTime(std::string& out, const TAVTIME& t) {
 // Reads a text from left to right; every step fails without consuming
 // anything useful once one step has failed.
 class Reader {
-public:
+ public:
   explicit Reader(std::string_view text) : m_text(text) {}
 
   bool AtEnd() const { return m_pos == m_text.size(); }
@@ -150,7 +150,7 @@ public:
     return true;
   }
 
-private:
+ private:
   std::string_view m_text;
   std::size_t m_pos = 0;
 };
@@ -203,11 +203,10 @@ bool ParseTime(std::string_view text, TAVTIME& out) {
                     reader.Digits<std::uint8_t>(2, 23, t.hour) && reader.Literal(":") &&
                     reader.Digits<std::uint8_t>(2, 59, t.minute) && reader.Literal(":") &&
                     reader.Digits<std::uint8_t>(2, 59, t.second) && reader.Literal(".") &&
-                    reader.Digits<std::uint16_t>(3, 999, t.millisecond) &&
-                    reader.Literal(" w=") && reader.Number(t.weekDays) &&
-                    reader.Literal(" utc=") && reader.Digits<std::uint8_t>(1, 1, utc) &&
-                    reader.Literal(" dst=") && reader.Digits<std::uint8_t>(1, 1, dst) &&
-                    reader.AtEnd();
+                    reader.Digits<std::uint16_t>(3, 999, t.millisecond) && reader.Literal(" w=") &&
+                    reader.Number(t.weekDays) && reader.Literal(" utc=") &&
+                    reader.Digits<std::uint8_t>(1, 1, utc) && reader.Literal(" dst=") &&
+                    reader.Digits<std::uint8_t>(1, 1, dst) && reader.AtEnd();
   const bool noDate = t.year == 0 && t.month == 0 && t.day == 0;
   if (!read || t.weekDays > 0x7F || !(noDate || TAVTIME::IsValidDate(t.year, t.month, t.day))) {
     return false;
@@ -221,8 +220,7 @@ bool ParseTime(std::string_view text, TAVTIME& out) {
 // Reads `payload` as the payload of `type` into `value`'s storage.
 bool ParsePayload(TavValueType type, std::string_view payload, TAVVALUE& value) {
   switch (KindOf(type)) {
-    case ValueKind::NoPayload:
-      return payload.empty();
+    case ValueKind::NoPayload: return payload.empty();
     case ValueKind::Bool:
     case ValueKind::Octet: {
       std::uint8_t number = 0;
@@ -265,9 +263,7 @@ bool ParsePayload(TavValueType type, std::string_view payload, TAVVALUE& value) 
       value.SetDouble(number);
       return true;
     }
-    case ValueKind::String:
-      value.SetString(std::string(payload));
-      return true;
+    case ValueKind::String: value.SetString(std::string(payload)); return true;
     case ValueKind::Binary: {
       std::string octets;
       if (!ParseHex(payload, octets)) {
@@ -276,10 +272,8 @@ bool ParsePayload(TavValueType type, std::string_view payload, TAVVALUE& value) 
       value.SetString(std::move(octets));
       return true;
     }
-    case ValueKind::Time:
-      return ParseTime(payload, value.GetTime());
-    case ValueKind::Unknown:
-      break;
+    case ValueKind::Time: return ParseTime(payload, value.GetTime());
+    case ValueKind::Unknown: break;
   }
   return false;
 }
@@ -297,29 +291,14 @@ std::string TAVVALUE::ToString() const {
   std::string out;
   switch (KindOf(ivt)) {
     case ValueKind::NoPayload:
-    case ValueKind::Unknown:
-      break;
-    case ValueKind::Bool:
-      out = GetBool() ? "1" : "0";
-      break;
-    case ValueKind::Octet:
-      AppendNumber(out, GetByte());
-      break;
-    case ValueKind::Word:
-      AppendNumber(out, GetWord());
-      break;
-    case ValueKind::Int32:
-      AppendNumber(out, GetInteger());
-      break;
-    case ValueKind::UInt32:
-      AppendNumber(out, GetDWord());
-      break;
-    case ValueKind::Double:
-      AppendDouble(out, m_double);
-      break;
-    case ValueKind::String:
-      out = m_string;
-      break;
+    case ValueKind::Unknown: break;
+    case ValueKind::Bool: out = GetBool() ? "1" : "0"; break;
+    case ValueKind::Octet: AppendNumber(out, GetByte()); break;
+    case ValueKind::Word: AppendNumber(out, GetWord()); break;
+    case ValueKind::Int32: AppendNumber(out, GetInteger()); break;
+    case ValueKind::UInt32: AppendNumber(out, GetDWord()); break;
+    case ValueKind::Double: AppendDouble(out, m_double); break;
+    case ValueKind::String: out = m_string; break;
     case ValueKind::Binary:
       out.reserve(m_string.size() * 2);
       for (const char c : m_string) {
@@ -328,9 +307,7 @@ std::string TAVVALUE::ToString() const {
         out += kHexDigits[octet & 0x0F];
       }
       break;
-    case ValueKind::Time:
-      AppendTime(out, m_time);
-      break;
+    case ValueKind::Time: AppendTime(out, m_time); break;
   }
   return out;
 }
@@ -350,8 +327,8 @@ void TAVVALUE::Serialize(std::string& out, bool internalFormat) const {
 bool TAVVALUE::Deserialize(const std::string& text) {
   Reader reader(text);
   std::int32_t typeNumber = 0;
-  if (!reader.Number(typeNumber) || KindOf(static_cast<TavValueType>(typeNumber)) ==
-                                        ValueKind::Unknown) {
+  if (!reader.Number(typeNumber) ||
+      KindOf(static_cast<TavValueType>(typeNumber)) == ValueKind::Unknown) {
     return false;
   }
   if (reader.Literal(".")) {
@@ -384,51 +361,34 @@ bool operator==(const TAVVALUE& a, const TAVVALUE& b) {
     return false;
   }
   switch (KindOf(a.ivt)) {
-    case ValueKind::NoPayload:
-      return true;
-    case ValueKind::Bool:
-      return a.GetBool() == b.GetBool();
-    case ValueKind::Octet:
-      return a.GetByte() == b.GetByte();
-    case ValueKind::Word:
-      return a.GetWord() == b.GetWord();
+    case ValueKind::NoPayload: return true;
+    case ValueKind::Bool: return a.GetBool() == b.GetBool();
+    case ValueKind::Octet: return a.GetByte() == b.GetByte();
+    case ValueKind::Word: return a.GetWord() == b.GetWord();
     case ValueKind::Int32:
-    case ValueKind::UInt32:
-      return a.m_bits == b.m_bits;
-    case ValueKind::Double:
-      return SameDouble(a.m_double, b.m_double);
+    case ValueKind::UInt32: return a.m_bits == b.m_bits;
+    case ValueKind::Double: return SameDouble(a.m_double, b.m_double);
     case ValueKind::String:
-    case ValueKind::Binary:
-      return a.m_string == b.m_string;
-    case ValueKind::Time:
-      return a.m_time == b.m_time;
-    case ValueKind::Unknown:
-      break;
+    case ValueKind::Binary: return a.m_string == b.m_string;
+    case ValueKind::Time: return a.m_time == b.m_time;
+    case ValueKind::Unknown: break;
   }
-  return a.m_bits == b.m_bits && SameDouble(a.m_double, b.m_double) &&
-         a.m_string == b.m_string && a.m_time == b.m_time;
+  return a.m_bits == b.m_bits && SameDouble(a.m_double, b.m_double) && a.m_string == b.m_string &&
+         a.m_time == b.m_time;
 }
 
 namespace TavDP {
 
 std::string GetNameFromValueSubType(TavValueSubType subType) {
   switch (subType) {
-    case vstGeneric:
-      return "Generic";
-    case vstSwitch:
-      return "Switch";
-    case vstStatusMode:
-      return "StatusMode";
-    case vstDimmingStep:
-      return "DimmingStep";
-    case vstKnxFloat:
-      return "KnxFloat";
-    case vstSceneNumber:
-      return "SceneNumber";
-    case vstAscii:
-      return "Ascii";
-    case vstLatin1:
-      return "Latin1";
+    case vstGeneric: return "Generic";
+    case vstSwitch: return "Switch";
+    case vstStatusMode: return "StatusMode";
+    case vstDimmingStep: return "DimmingStep";
+    case vstKnxFloat: return "KnxFloat";
+    case vstSceneNumber: return "SceneNumber";
+    case vstAscii: return "Ascii";
+    case vstLatin1: return "Latin1";
   }
   return "Generic";
 }

@@ -92,8 +92,7 @@ bool TavValueToByteArray(const TAVVALUE& value, unsigned char* buffer, unsigned 
   std::uint64_t number = 0;
   switch (KindOf(value.ivt)) {
     case ValueKind::NoPayload:
-    case ValueKind::Unknown:
-      return false;
+    case ValueKind::Unknown: return false;
     case ValueKind::Bool:
       count = 1;
       number = value.GetBool() ? 1 : 0;
@@ -161,8 +160,7 @@ bool ByteArrayToTavValue(const unsigned char* data, unsigned int length, TAVVALU
   }
   switch (KindOf(value.ivt)) {
     case ValueKind::NoPayload:
-    case ValueKind::Unknown:
-      return false;
+    case ValueKind::Unknown: return false;
     case ValueKind::Bool:
       if (length < 1) {
         return false;
@@ -190,17 +188,12 @@ bool ByteArrayToTavValue(const unsigned char* data, unsigned int length, TAVVALU
       return true;
     case ValueKind::Double:
       switch (DoubleOctets(length)) {
-        case 1:
-          value.SetDouble(data[0]);
-          return true;
+        case 1: value.SetDouble(data[0]); return true;
         case 4:
           value.SetDouble(FloatFromBits(static_cast<std::uint32_t>(ReadBigEndian(data, 4))));
           return true;
-        case 8:
-          value.SetDouble(DoubleFromBits(ReadBigEndian(data, 8)));
-          return true;
-        default:
-          return false;
+        case 8: value.SetDouble(DoubleFromBits(ReadBigEndian(data, 8))); return true;
+        default: return false;
       }
     case ValueKind::String:
     case ValueKind::Binary:

@@ -6,24 +6,27 @@ namespace Quor {
 namespace {
 
 class SimulatedError final : public IDeviceStackClient::IError {
-public:
+ public:
   SimulatedError(bool failed, std::string text, SimulatedDeviceStackClient::Clock::duration stall)
       : m_failed(failed), m_text(std::move(text)), m_stall(stall) {}
   bool IsFailed() const override { return m_failed; }
   std::int32_t GetCode() const override { return m_failed ? 1 : 0; }
   std::string GetDomain() const override { return "simulation"; }
   std::string GetText() const override {
-    if (m_stall > SimulatedDeviceStackClient::Clock::duration::zero()) std::this_thread::sleep_for(m_stall);
+    if (m_stall > SimulatedDeviceStackClient::Clock::duration::zero())
+      std::this_thread::sleep_for(m_stall);
     return m_text;
   }
 
-private:
+ private:
   bool m_failed;
   std::string m_text;
   SimulatedDeviceStackClient::Clock::duration m_stall;
 };
 
-std::string Urn(unsigned long objectId) { return "urn:simulated:object:" + std::to_string(objectId); }
+std::string Urn(unsigned long objectId) {
+  return "urn:simulated:object:" + std::to_string(objectId);
+}
 
 }  // namespace
 
@@ -52,13 +55,15 @@ bool SimulatedDeviceStackClient::SetConfiguration(unsigned long, const PropertyM
 bool SimulatedDeviceStackClient::GetDeviceConfig(std::string& config, bool) {
   std::lock_guard<std::mutex> lock(m_mutex);
   config.clear();
-  for (const auto& entry : m_deviceConfig) config += entry.first + '=' + entry.second + '\n';
+  for (const auto& entry : m_deviceConfig)
+    config += entry.first + '=' + entry.second + '\n';
   return m_synchronousResult;
 }
 
 bool SimulatedDeviceStackClient::SetDeviceConfig(const std::map<std::string, std::string>& config) {
   std::lock_guard<std::mutex> lock(m_mutex);
-  if (m_synchronousResult) m_deviceConfig = config;
+  if (m_synchronousResult)
+    m_deviceConfig = config;
   return m_synchronousResult;
 }
 
@@ -98,8 +103,8 @@ std::string SimulatedDeviceStackClient::GetValue(unsigned long id, bool flag) {
   return Send(std::move(sent));
 }
 
-std::string SimulatedDeviceStackClient::SetValue(unsigned long id, const std::string& value, bool flag,
-                                                 int) {
+std::string SimulatedDeviceStackClient::SetValue(unsigned long id, const std::string& value,
+                                                 bool flag, int) {
   SimulatedRequest sent;
   sent.kind = SimulatedRequest::Kind::SetValue;
   sent.objectId = id;
@@ -161,9 +166,11 @@ std::string SimulatedDeviceStackClient::Send(SimulatedRequest request) {
   const Plan plan = DrawPlan(request);
   request.fault = plan.fault;
   request.stall = plan.stall;
-  if (plan.fault != SimulatedFault::EmptyId) request.requestId = 'r' + std::to_string(request.sequence);
+  if (plan.fault != SimulatedFault::EmptyId)
+    request.requestId = 'r' + std::to_string(request.sequence);
 
-  Answer answer{request.kind, request.requestId, request.objectId, std::string(), false, plan.stall};
+  Answer answer{request.kind, request.requestId, request.objectId, std::string(),
+                false,        plan.stall};
   switch (request.kind) {
     case SimulatedRequest::Kind::GetValue:
       answer.payload = "value of " + std::to_string(request.objectId) + " for " + request.requestId;
@@ -176,18 +183,14 @@ std::string SimulatedDeviceStackClient::Send(SimulatedRequest request) {
       answer.payload = "response to " + request.text + " for " + request.requestId;
       break;
     case SimulatedRequest::Kind::RegisterApplication:
-    case SimulatedRequest::Kind::SetConfigurationText:
-      break;
+    case SimulatedRequest::Kind::SetConfigurationText: break;
   }
   const Clock::time_point due = now + plan.delay;
   switch (plan.fault) {
     case SimulatedFault::None:
-    case SimulatedFault::Late:
-      Enqueue(due, answer);
-      break;
+    case SimulatedFault::Late: Enqueue(due, answer); break;
     case SimulatedFault::NoAnswer:
-    case SimulatedFault::EmptyId:
-      break;
+    case SimulatedFault::EmptyId: break;
     case SimulatedFault::Duplicate:
       Enqueue(due, answer);
       Enqueue(due, answer);
@@ -206,20 +209,26 @@ std::string SimulatedDeviceStackClient::Send(SimulatedRequest request) {
     }
   }
   std::string requestId = request.requestId;
-  if (m_options.keepRequests) m_requests.push_back(std::move(request));
+  if (m_options.keepRequests)
+    m_requests.push_back(std::move(request));
   lock.unlock();
   m_wake.notify_one();
   return requestId;
 }
 
-SimulatedDeviceStackClient::Plan SimulatedDeviceStackClient::DrawPlan(const SimulatedRequest& request) {
-  if (m_options.rule) return m_options.rule(request);
+SimulatedDeviceStackClient::Plan SimulatedDeviceStackClient::DrawPlan(
+    const SimulatedRequest& request) {
+  if (m_options.rule)
+    return m_options.rule(request);
   Plan plan;
   const double draw = std::uniform_real_distribution<double>(0.0, 1.0)(m_random);
   const std::pair<double, SimulatedFault> faults[] = {
-      {m_options.noAnswer, SimulatedFault::NoAnswer},   {m_options.late, SimulatedFault::Late},
-      {m_options.duplicate, SimulatedFault::Duplicate}, {m_options.error, SimulatedFault::Error},
-      {m_options.emptyId, SimulatedFault::EmptyId},     {m_options.unknownId, SimulatedFault::UnknownId},
+      {m_options.noAnswer, SimulatedFault::NoAnswer},
+      {m_options.late, SimulatedFault::Late},
+      {m_options.duplicate, SimulatedFault::Duplicate},
+      {m_options.error, SimulatedFault::Error},
+      {m_options.emptyId, SimulatedFault::EmptyId},
+      {m_options.unknownId, SimulatedFault::UnknownId},
   };
   double bound = 0.0;
   for (const auto& fault : faults) {
@@ -270,7 +279,8 @@ void SimulatedDeviceStackClient::Run() {
     m_delivering = true;
     ++m_deliveriesStarted;
     lock.unlock();
-    if (handler != nullptr) Deliver(*handler, context, answer);
+    if (handler != nullptr)
+      Deliver(*handler, context, answer);
     lock.lock();
     m_delivering = false;
     m_idle.notify_all();
@@ -280,9 +290,9 @@ void SimulatedDeviceStackClient::Run() {
 
 void SimulatedDeviceStackClient::Deliver(IResponseHandler& handler, void* context,
                                          const Answer& answer) const {
-  const SimulatedError error(answer.failed,
-                             answer.failed ? "simulated failure of " + answer.requestId : std::string(),
-                             answer.stall);
+  const SimulatedError error(
+      answer.failed, answer.failed ? "simulated failure of " + answer.requestId : std::string(),
+      answer.stall);
   switch (answer.kind) {
     case SimulatedRequest::Kind::Request:
       handler.OnResponse(context, answer.requestId, answer.payload, error);

@@ -21,9 +21,12 @@ constexpr double kFloat16Min = -671088.64;
 constexpr double kPlatformNoValue = 32767.0;
 
 std::uint16_t EncodeFloat16(double value) {
-  if (std::isnan(value) || value == kPlatformNoValue) return kFloat16Invalid;
-  if (value > kFloat16Max) return kFloat16Largest;
-  if (value < kFloat16Min) return kFloat16Smallest;
+  if (std::isnan(value) || value == kPlatformNoValue)
+    return kFloat16Invalid;
+  if (value > kFloat16Max)
+    return kFloat16Largest;
+  if (value < kFloat16Min)
+    return kFloat16Smallest;
   const double hundredths = value * 100.0;
   for (int exponent = 0; exponent <= 15; ++exponent) {
     const double mantissa = std::round(std::ldexp(hundredths, -exponent));
@@ -40,7 +43,8 @@ std::uint16_t EncodeFloat16(double value) {
 
 double DecodeFloat16(std::uint16_t word) {
   std::int32_t mantissa = word & 0x7FF;
-  if (word & 0x8000) mantissa -= 2048;
+  if (word & 0x8000)
+    mantissa -= 2048;
   const int exponent = (word >> 11) & 0xF;
   // Dividing the exact integer by 100 gives the double nearest to the
   // decimal value (21.5, 0.01), which 0.01 * M * 2^E would not always do.
@@ -49,7 +53,8 @@ double DecodeFloat16(std::uint16_t word) {
 
 std::uint32_t ReadBigEndian(const std::uint8_t* octets, std::size_t count) {
   std::uint32_t value = 0;
-  for (std::size_t i = 0; i < count; ++i) value = (value << 8) | octets[i];
+  for (std::size_t i = 0; i < count; ++i)
+    value = (value << 8) | octets[i];
   return value;
 }
 
@@ -77,28 +82,40 @@ const std::uint8_t* GroupValue::Need(std::size_t octets, const char* accessor) c
   return m_data.GetData();
 }
 
-bool GroupValue::GetAsBoolean() const { return (Need(1, "GetAsBoolean")[0] & 0x01) != 0; }
+bool GroupValue::GetAsBoolean() const {
+  return (Need(1, "GetAsBoolean")[0] & 0x01) != 0;
+}
 void GroupValue::SetAsBoolean(bool value) {
   const std::uint8_t octet = value ? 1 : 0;
   Set(&octet, 1, 1);
 }
 
-std::uint8_t GroupValue::GetAsUnsigned2() const { return Need(1, "GetAsUnsigned2")[0] & 0x03; }
+std::uint8_t GroupValue::GetAsUnsigned2() const {
+  return Need(1, "GetAsUnsigned2")[0] & 0x03;
+}
 void GroupValue::SetAsUnsigned2(std::uint8_t value) {
   const std::uint8_t octet = value & 0x03;
   Set(&octet, 1, 2);
 }
 
-std::uint8_t GroupValue::GetAsUnsigned3() const { return Need(1, "GetAsUnsigned3")[0] & 0x07; }
+std::uint8_t GroupValue::GetAsUnsigned3() const {
+  return Need(1, "GetAsUnsigned3")[0] & 0x07;
+}
 
-std::uint8_t GroupValue::GetAsUnsigned4() const { return Need(1, "GetAsUnsigned4")[0] & 0x0F; }
+std::uint8_t GroupValue::GetAsUnsigned4() const {
+  return Need(1, "GetAsUnsigned4")[0] & 0x0F;
+}
 void GroupValue::SetAsUnsigned4(std::uint8_t value) {
   const std::uint8_t octet = value & 0x0F;
   Set(&octet, 1, 4);
 }
 
-std::uint8_t GroupValue::GetAsUnsigned8() const { return Need(1, "GetAsUnsigned8")[0]; }
-void GroupValue::SetAsUnsigned8(std::uint8_t value) { Set(&value, 1, 8); }
+std::uint8_t GroupValue::GetAsUnsigned8() const {
+  return Need(1, "GetAsUnsigned8")[0];
+}
+void GroupValue::SetAsUnsigned8(std::uint8_t value) {
+  Set(&value, 1, 8);
+}
 
 std::int8_t GroupValue::GetAsSigned8() const {
   return static_cast<std::int8_t>(Need(1, "GetAsSigned8")[0]);
@@ -106,7 +123,9 @@ std::int8_t GroupValue::GetAsSigned8() const {
 void GroupValue::SetAsSigned8(std::int8_t value) {
   SetAsUnsigned8(static_cast<std::uint8_t>(value));
 }
-void GroupValue::SetAsChar(char value) { SetAsUnsigned8(static_cast<std::uint8_t>(value)); }
+void GroupValue::SetAsChar(char value) {
+  SetAsUnsigned8(static_cast<std::uint8_t>(value));
+}
 
 std::uint16_t GroupValue::GetAsUnsigned16() const {
   return static_cast<std::uint16_t>(ReadBigEndian(Need(2, "GetAsUnsigned16"), 2));
@@ -152,7 +171,9 @@ void GroupValue::SetAsSigned32(long value) {
 double GroupValue::GetAsFloat16() const {
   return DecodeFloat16(static_cast<std::uint16_t>(ReadBigEndian(Need(2, "GetAsFloat16"), 2)));
 }
-void GroupValue::SetAsFloat16(double value) { SetAsUnsigned16(EncodeFloat16(value)); }
+void GroupValue::SetAsFloat16(double value) {
+  SetAsUnsigned16(EncodeFloat16(value));
+}
 
 float GroupValue::GetAsFloat32() const {
   const std::uint32_t bits = ReadBigEndian(Need(4, "GetAsFloat32"), 4);
@@ -169,7 +190,8 @@ void GroupValue::SetAsFloat32(float value) {
 std::string GroupValue::GetAsString14() const {
   const std::uint8_t* octets = Need(kString14Octets, "GetAsString14");
   std::size_t length = 0;
-  while (length < kString14Octets && octets[length] != 0) ++length;
+  while (length < kString14Octets && octets[length] != 0)
+    ++length;
   return std::string(reinterpret_cast<const char*>(octets), length);
 }
 void GroupValue::SetAsString14(const std::string& latin1) {
@@ -202,9 +224,9 @@ bool GroupValue::GetAsTimeOfDay(int* hour, int* minute, int* second, DayOfWeek* 
   return *hour <= 23 && *minute <= 59 && *second <= 59;
 }
 void GroupValue::SetAsTimeOfDay(int hour, int minute, int second, DayOfWeek day) {
-  const std::uint8_t octets[3] = {
-      static_cast<std::uint8_t>(((day & 0x07) << 5) | (hour & 0x1F)),
-      static_cast<std::uint8_t>(minute & 0x3F), static_cast<std::uint8_t>(second & 0x3F)};
+  const std::uint8_t octets[3] = {static_cast<std::uint8_t>(((day & 0x07) << 5) | (hour & 0x1F)),
+                                  static_cast<std::uint8_t>(minute & 0x3F),
+                                  static_cast<std::uint8_t>(second & 0x3F)};
   Set(octets, 3, 24);
 }
 

@@ -30,9 +30,13 @@ log4cplus::Logger& GetGlobalDefaultLogger() {
   return logger;
 }
 
-const std::string& GetLoggingContext() { return t_context; }
+const std::string& GetLoggingContext() {
+  return t_context;
+}
 
-void SetLoggingContext(std::string context) { t_context = std::move(context); }
+void SetLoggingContext(std::string context) {
+  t_context = std::move(context);
+}
 
 std::ostream& operator<<(std::ostream& os, const PrettyFunctionNamePrinter& printer) {
   return os << printer.m_function << " [" << printer.m_source << ':' << printer.m_line << ']';
@@ -45,8 +49,12 @@ std::ostream& operator<<(std::ostream& os, LoggingRecursionPadding) {
   return os;
 }
 
-LoggingRecursionGuard::LoggingRecursionGuard() { ++t_recursionDepth; }
-LoggingRecursionGuard::~LoggingRecursionGuard() { --t_recursionDepth; }
+LoggingRecursionGuard::LoggingRecursionGuard() {
+  ++t_recursionDepth;
+}
+LoggingRecursionGuard::~LoggingRecursionGuard() {
+  --t_recursionDepth;
+}
 
 void AssertionFailed(const std::string& message, const char* source, int line,
                      const char* function) {

@@ -22,16 +22,16 @@ enum WEEK_DAY_TYPES : std::uint32_t {
 // this declared order (log messages print them in it): the calendar date,
 // the time of day, milliseconds, the weekday mask, then the two flags.
 struct TAVTIME {
-  std::uint16_t year = 0;        // full year, for example 2024
-  std::uint8_t month = 0;        // 1..12, 0 when no date is set
-  std::uint8_t day = 0;          // 1..31, 0 when no date is set
-  std::uint8_t hour = 0;         // 0..23
-  std::uint8_t minute = 0;       // 0..59
-  std::uint8_t second = 0;       // 0..59
-  std::uint16_t millisecond = 0; // 0..999
-  std::uint32_t weekDays = 0;    // TavWeekDays mask
-  bool utc = false;              // the fields are UTC rather than local time
-  bool dst = false;              // daylight saving time is in effect
+  std::uint16_t year = 0;         // full year, for example 2024
+  std::uint8_t month = 0;         // 1..12, 0 when no date is set
+  std::uint8_t day = 0;           // 1..31, 0 when no date is set
+  std::uint8_t hour = 0;          // 0..23
+  std::uint8_t minute = 0;        // 0..59
+  std::uint8_t second = 0;        // 0..59
+  std::uint16_t millisecond = 0;  // 0..999
+  std::uint32_t weekDays = 0;     // TavWeekDays mask
+  bool utc = false;               // the fields are UTC rather than local time
+  bool dst = false;               // daylight saving time is in effect
 
   TAVTIME() { Clear(true); }
 

@@ -131,7 +131,7 @@ struct TAVVALUE {
   friend bool operator==(const TAVVALUE& a, const TAVVALUE& b);
   friend bool operator!=(const TAVVALUE& a, const TAVVALUE& b) { return !(a == b); }
 
-private:
+ private:
   std::uint32_t m_bits = 0;
   double m_double = 0.0;
   std::string m_string;

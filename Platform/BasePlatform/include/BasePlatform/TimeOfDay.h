@@ -20,7 +20,7 @@ enum DayOfWeek : std::int32_t {
 };
 
 class TimeOfDay {
-public:
+ public:
   // Nothing unless 0 <= hour <= 23, 0 <= minute, second <= 59 and
   // 0 <= day <= 7.
   static boost::optional<TimeOfDay> Create(int hour, int minute, int second, DayOfWeek day);
@@ -35,7 +35,7 @@ public:
            a.m_weekday == b.m_weekday;
   }
 
-private:
+ private:
   TimeOfDay(int hour, int minute, int second, DayOfWeek day)
       : m_hour(hour), m_minute(minute), m_second(second), m_weekday(day) {}
 

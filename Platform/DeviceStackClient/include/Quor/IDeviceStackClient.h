@@ -12,7 +12,7 @@
 namespace Quor {
 
 class IDeviceStackClient {
-public:
+ public:
   enum class PropertyType : std::int32_t {
     Name = 0,
     Description = 1,
@@ -32,7 +32,7 @@ public:
 
   // The outcome of one request, as the answer carries it.
   class IError {
-  public:
+   public:
     virtual ~IError() = default;
     virtual bool IsFailed() const = 0;
     virtual std::int32_t GetCode() const = 0;
@@ -43,7 +43,7 @@ public:
   // Receives the answers. `context` is the pointer given to
   // SetResponseHandler.
   class IResponseHandler {
-  public:
+   public:
     virtual void OnResponse(void* context, const std::string& requestId,
                             const std::string& response, const IError& error) = 0;
     virtual void OnRegisterApplication(void* context, const std::string& requestId,

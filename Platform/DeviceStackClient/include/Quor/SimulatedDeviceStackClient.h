@@ -78,7 +78,7 @@ struct SimulatedRequest {
 };
 
 class SimulatedDeviceStackClient final : public IDeviceStackClient {
-public:
+ public:
   using Clock = std::chrono::steady_clock;
 
   struct Plan {
@@ -130,7 +130,8 @@ public:
                                   const std::string& vendor) override;
   std::string SetConfigurationText(const std::string& config) override;
   std::string GetValue(unsigned long id, bool flag) override;
-  std::string SetValue(unsigned long id, const std::string& value, bool flag, int reserved) override;
+  std::string SetValue(unsigned long id, const std::string& value, bool flag,
+                       int reserved) override;
   void SetResponseHandler(IResponseHandler* handler, void* context) override;
 
   // Result of the synchronous operations (SetConfiguration, GetDeviceConfig,
@@ -148,7 +149,7 @@ public:
   // Blocks until no answer is queued or being delivered.
   void WaitUntilIdle();
 
-private:
+ private:
   struct Answer {
     SimulatedRequest::Kind kind;
     std::string requestId;

@@ -11,7 +11,7 @@ namespace Zel {
 // A string whose bytes are valid UTF-8. Constructing one from invalid bytes
 // is a programming error (assertion); use Create to check untrusted text.
 class UTF8String {
-public:
+ public:
   UTF8String() = default;
   explicit UTF8String(std::string value);
 
@@ -20,20 +20,20 @@ public:
 
   const std::string& str() const { return m_value; }
 
-private:
+ private:
   std::string m_value;
 };
 
 // Octets of a KNX character string: Latin-1 (ISO 8859-1), one octet per
 // character.
 class KnxStyleString {
-public:
+ public:
   KnxStyleString() = default;
   explicit KnxStyleString(std::string octets) : m_octets(std::move(octets)) {}
 
   const std::string& str() const { return m_octets; }
 
-private:
+ private:
   std::string m_octets;
 };
 

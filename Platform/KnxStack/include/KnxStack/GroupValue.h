@@ -49,7 +49,7 @@
 namespace KnxStack {
 
 class GroupValueException : public std::runtime_error {
-public:
+ public:
   explicit GroupValueException(const std::string& what) : std::runtime_error(what) {}
 };
 
@@ -57,7 +57,7 @@ public:
 // KNX payload never allocates; longer buffers go to the heap (and stay
 // there if the buffer later shrinks). Copies never share storage.
 class BinaryData {
-public:
+ public:
   static constexpr std::size_t kInlineCapacity = 14;
 
   BinaryData() = default;
@@ -87,7 +87,7 @@ public:
   friend bool operator==(const BinaryData& a, const BinaryData& b);
   friend bool operator!=(const BinaryData& a, const BinaryData& b) { return !(a == b); }
 
-private:
+ private:
   std::uint8_t* MutableData();
   void Resize(std::size_t length);
 
@@ -98,7 +98,7 @@ private:
 };
 
 class GroupValue {
-public:
+ public:
   // 0 means no day; 1..7 are Monday..Sunday.
   enum DayOfWeek : std::uint8_t {
     NoDay = 0,
@@ -169,7 +169,7 @@ public:
   }
   friend bool operator!=(const GroupValue& a, const GroupValue& b) { return !(a == b); }
 
-private:
+ private:
   void Set(const std::uint8_t* octets, std::size_t count, std::uint32_t bits);
   const std::uint8_t* Need(std::size_t octets, const char* accessor) const;
 

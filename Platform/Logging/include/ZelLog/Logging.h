@@ -40,7 +40,7 @@ std::ostream& operator<<(std::ostream& os, LoggingRecursionPadding);
 
 // Raises the current thread's nesting level while it lives.
 class LoggingRecursionGuard {
-public:
+ public:
   LoggingRecursionGuard();
   ~LoggingRecursionGuard();
   LoggingRecursionGuard(const LoggingRecursionGuard&) = delete;
@@ -56,13 +56,13 @@ public:
 
 // Assertions of programming errors; the failure text is
 // " ZEL_ASSERT(<condition>) failed" or " ZEL_ASSERT2(<condition>) failed".
-#define ZEL_ASSERT_IMPL(kind, condition)                                                     \
-  do {                                                                                      \
-    if (!(condition)) {                                                                     \
-      ::std::ostringstream zelAssertStream_;                                                \
-      zelAssertStream_ << " " kind "(" << #condition << ") failed";                         \
+#define ZEL_ASSERT_IMPL(kind, condition)                                                       \
+  do {                                                                                         \
+    if (!(condition)) {                                                                        \
+      ::std::ostringstream zelAssertStream_;                                                   \
+      zelAssertStream_ << " " kind "(" << #condition << ") failed";                            \
       ::Zel::AssertionFailed(zelAssertStream_.str(), __FILE__, __LINE__, __PRETTY_FUNCTION__); \
-    }                                                                                       \
+    }                                                                                          \
   } while (false)
 #define ZEL_ASSERT(condition) ZEL_ASSERT_IMPL("ZEL_ASSERT", condition)
 #define ZEL_ASSERT2(condition) ZEL_ASSERT_IMPL("ZEL_ASSERT2", condition)
