@@ -16,8 +16,8 @@
 
 namespace {
 
-const Zel::ZelKnxValueConverter& Converter() {
-  static const Zel::ZelKnxValueConverter* converter = [] {
+Zel::ZelKnxValueConverter& Converter() {
+  static Zel::ZelKnxValueConverter* converter = [] {
     auto* c = new Zel::ZelKnxValueConverter;
     c->Init();
     return c;
