@@ -99,8 +99,7 @@ ssize_t FaultyRead(Fault& fault, int fd, void* buffer, std::size_t count) {
 
 // Default visibility, so that it is exported and takes the place of the C
 // library's read() for the shared libraries too.
-extern "C" __attribute__((visibility("default"))) ssize_t read(int fd, void* buffer,
-                                                               std::size_t count) {
+extern "C" __attribute__((visibility("default"))) ssize_t read(int fd, void* buffer, std::size_t count) {
   Zel::Fault* const fault = Zel::g_fault.load();
   struct stat status {};
   if (fault == nullptr || ::fstat(fd, &status) != 0 || status.st_dev != fault->device ||
@@ -128,16 +127,14 @@ TEST(AppHostConfigFileFault, ReadsThatMisbehave) {
   };
   const Case cases[] = {
       {"short reads of 3 bytes", with([](Fault& f) { f.chunk = 3; }), true},
-      {"short reads of 1 byte, interrupted",
-       with([](Fault& f) { f.chunk = 1, f.interrupt = true; }), true},
+      {"short reads of 1 byte, interrupted", with([](Fault& f) { f.chunk = 1, f.interrupt = true; }), true},
       {"removed between open and read", with([](Fault& f) { f.removeAtFirstRead = true; }), true},
       {"read error at the start", with([](Fault& f) { f.failAt = 0; }), false},
       {"read error after 10 bytes", with([](Fault& f) { f.failAt = 10, f.chunk = 4; }), false},
       {"grows to 1 MiB while read", with([](Fault& f) { f.length = kMiB; }), true},
       {"grows past 1 MiB while read", with([](Fault& f) { f.length = kMiB + 1; }), false},
       {"never ends", with([](Fault& f) { f.length = kEndless; }), false},
-      {"never ends, in short reads", with([](Fault& f) { f.length = kEndless, f.chunk = 4096; }),
-       false},
+      {"never ends, in short reads", with([](Fault& f) { f.length = kEndless, f.chunk = 4096; }), false},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.label);
@@ -156,8 +153,7 @@ TEST(AppHostConfigFileFault, ReadsThatMisbehave) {
     if (c.loaded) {
       EXPECT_TRUE(log.Empty());
     } else {
-      EXPECT_TRUE(log.Equals(
-          {Tests::Error("App host config file cannot be read from: \"" + fault.path + "\"")}));
+      EXPECT_TRUE(log.Equals({Tests::Error("App host config file cannot be read from: \"" + fault.path + "\"")}));
     }
     ::unlink(fault.path.c_str());
   }
@@ -175,8 +171,7 @@ TEST(AppHostConfigFileFault, ShortReadsKeepEveryByte) {
     fault.interrupt = true;
     std::ofstream(fault.path, std::ios::binary | std::ios::trunc) << bytes;
     const Armed armed(fault);
-    EXPECT_EQ(LoadFile(fault.path).value_or(std::vector<char>()),
-              std::vector<char>(bytes.begin(), bytes.end()))
+    EXPECT_EQ(LoadFile(fault.path).value_or(std::vector<char>()), std::vector<char>(bytes.begin(), bytes.end()))
         << chunk;
   }
 }

@@ -29,14 +29,11 @@ using Tests::Error;
 using namespace std::chrono_literals;
 
 const std::string kExample =  // the documented example
-    "<ZelAppHostConfig WithoutKNX='1'><Debugging Active='1'><AppHost RootPath='/x' "
-    "DisableStartup='1'/></Debugging>"
-    "<OmbConfig><ResponseDps><Dp ObjId='17'/><Dp "
-    "ObjId='42'/></ResponseDps></OmbConfig></ZelAppHostConfig>";
+    "<ZelAppHostConfig WithoutKNX='1'><Debugging Active='1'><AppHost RootPath='/x' DisableStartup='1'/></Debugging>"
+    "<OmbConfig><ResponseDps><Dp ObjId='17'/><Dp ObjId='42'/></ResponseDps></OmbConfig></ZelAppHostConfig>";
 
 std::string TempPath(const std::string& name) {
-  return ::testing::TempDir() + ::testing::UnitTest::GetInstance()->current_test_info()->name() +
-         name;
+  return ::testing::TempDir() + ::testing::UnitTest::GetInstance()->current_test_info()->name() + name;
 }
 
 std::string WriteFile(const std::string& content, const std::string& name = ".xml") {
@@ -59,9 +56,8 @@ std::string State(const AppHostConfiguration& c) {
   std::ostringstream s;
   s << c.IsAppHostWithoutKNX() << c.IsAppHostTerminateOnFirmwareUpdate() << c.IsInAppDebugMode()
     << c.IsAppHostStartupDisabled() << c.IsAppConnectorHostStartupDisabled();
-  for (const auto* path :
-       {&c.GetRootPathNativeApp(), &c.GetRootPathManagedApp(), &c.GetRootPathAppHost(),
-        &c.GetRootPathAppConnectorHost(), &c.GetPathObjectModelConfig()}) {
+  for (const auto* path : {&c.GetRootPathNativeApp(), &c.GetRootPathManagedApp(), &c.GetRootPathAppHost(),
+                           &c.GetRootPathAppConnectorHost(), &c.GetPathObjectModelConfig()}) {
     s << ' ' << (*path ? (*path)->string() : "-");
   }
   for (const unsigned long dp : c.GetResponseDataPoints())
@@ -73,35 +69,25 @@ TEST(AppHostConfig, LoadsAppliedInOrder) {
   // Each case loads its texts in turn into one configuration; the state after each load.
   const std::pair<const char*, std::vector<std::pair<std::string, const char*>>> cases[] = {
       {"byte order mark; the example loaded twice appends the points",
-       {{"\xEF\xBB\xBF<ZelAppHostConfig WithoutKNX='1'/>", "10000 - - - - -"},
-        {kExample, "10111 - - /x - - 17 42"},
-        {kExample, "10111 - - /x - - 17 42 17 42"}}},
+       {{"\xEF\xBB\xBF<ZelAppHostConfig WithoutKNX='1'/>", "10000 - - - - -"}, {kExample, "10111 - - /x - - 17 42"}, {kExample, "10111 - - /x - - 17 42 17 42"}}},
       // Intended: anything but exactly "0" is true, also false, no and the empty text.
       {"debugging children need debug mode; only exactly 0 is false",
-       {{Wrap("<Debugging><App RootPath='/n'/><AppHost DisableStartup='1'/></Debugging>"),
-         "00000 - - - - -"},
+       {{Wrap("<Debugging><App RootPath='/n'/><AppHost DisableStartup='1'/></Debugging>"), "00000 - - - - -"},
         {"<ZelAppHostConfig WithoutKNX='' TerminateOnFirmwareUpdate='no'><Debugging Active='false'>"
          "<AppConnectorHost DisableStartup=' 0'/></Debugging></ZelAppHostConfig>",
          "11101 - - - - -"},
-        {"<ZelAppHostConfig WithoutKNX='0' TerminateOnFirmwareUpdate='0'><Debugging><AppHost "
-         "DisableStartup='0'/>"
-         "<AppConnectorHost DisableStartup='0'/></Debugging><Debugging "
-         "Active='0'/></ZelAppHostConfig>",
+        {"<ZelAppHostConfig WithoutKNX='0' TerminateOnFirmwareUpdate='0'><Debugging><AppHost DisableStartup='0'/>"
+         "<AppConnectorHost DisableStartup='0'/></Debugging><Debugging Active='0'/></ZelAppHostConfig>",
          "00000 - - - - -"}}},
       {"every element, several roots",
-       {{"<?xml version='1.0'?><Other WithoutKNX='1'/><ZelAppHostConfig "
-         "TerminateOnFirmwareUpdate='1'>"
-         "<ObjectModelConfig Path='/om1'/><Debugging Active='1'>text<App "
-         "RootPath='/n'/><ManagedApp RootPath='/m'/>"
-         "<Other RootPath='/o'/><AppConnectorHost RootPath='/c' "
-         "DisableStartup='1'/></Debugging></ZelAppHostConfig>" +
+       {{"<?xml version='1.0'?><Other WithoutKNX='1'/><ZelAppHostConfig TerminateOnFirmwareUpdate='1'>"
+         "<ObjectModelConfig Path='/om1'/><Debugging Active='1'>text<App RootPath='/n'/><ManagedApp RootPath='/m'/>"
+         "<Other RootPath='/o'/><AppConnectorHost RootPath='/c' DisableStartup='1'/></Debugging></ZelAppHostConfig>" +
              Wrap("<ObjectModelConfig Path='/om2'/><ObjectModelConfig/>"),
          "01101 /n /m - /c /om2"}}},
       {"only a first ResponseDps counts",
-       {{Wrap("<OmbConfig><Other/><ResponseDps><Dp "
-              "ObjId='1'/></ResponseDps></OmbConfig><OmbConfig>t<ResponseDps>"
-              "<Dp ObjId='2'/><X ObjId='9'/><Dp/><Dp ObjId='3'/></ResponseDps><ResponseDps><Dp "
-              "ObjId='4'/>"
+       {{Wrap("<OmbConfig><Other/><ResponseDps><Dp ObjId='1'/></ResponseDps></OmbConfig><OmbConfig>t<ResponseDps>"
+              "<Dp ObjId='2'/><X ObjId='9'/><Dp/><Dp ObjId='3'/></ResponseDps><ResponseDps><Dp ObjId='4'/>"
               "</ResponseDps></OmbConfig>"),
          "00000 - - - - - 2 3"}}},
   };
@@ -116,31 +102,16 @@ TEST(AppHostConfig, LoadsAppliedInOrder) {
 
 // ObjId reads as std::stoul does where unsigned long has 32 bits.
 TEST(AppHostConfig, ObjIdConvertsLikeStoulOnThirtyTwoBits) {
-  const std::pair<const char*, const char*> cases[] = {{"007", "7"},
-                                                       {" \t\n+42", "42"},
-                                                       {"7abc", "7"},
-                                                       {"0x10", "0"},
-                                                       {"4294967295", "4294967295"},
-                                                       {"-0", "0"},
-                                                       {"-1", "4294967295"},
-                                                       {"-4294967295", "1"},
-                                                       {"", "invalid stoul"},
-                                                       {"abc", "invalid stoul"},
-                                                       {"- 1", "invalid stoul"},
-                                                       {"--1", "invalid stoul"},
-                                                       {"4294967296", "range stoul"},
-                                                       {"-4294967296", "range stoul"},
-                                                       {"99999999999999999999999", "range stoul"}};
+  const std::pair<const char*, const char*> cases[] = {
+      {"007", "7"}, {" \t\n+42", "42"}, {"7abc", "7"}, {"0x10", "0"}, {"4294967295", "4294967295"}, {"-0", "0"}, {"-1", "4294967295"}, {"-4294967295", "1"}, {"", "invalid stoul"}, {"abc", "invalid stoul"}, {"- 1", "invalid stoul"}, {"--1", "invalid stoul"}, {"4294967296", "range stoul"}, {"-4294967296", "range stoul"}, {"99999999999999999999999", "range stoul"}};
   for (const auto& [objId, expected] : cases) {
     AppHostConfiguration config;
     std::string result;
     try {
-      Load(config, Wrap(std::string("<OmbConfig><ResponseDps><Dp ObjId='") + objId +
-                        "'/></ResponseDps></OmbConfig>"));
+      Load(config, Wrap(std::string("<OmbConfig><ResponseDps><Dp ObjId='") + objId + "'/></ResponseDps></OmbConfig>"));
       result = std::to_string(config.GetResponseDataPoints().at(0));
     } catch (const std::logic_error& e) {
-      result = (dynamic_cast<const std::out_of_range*>(&e) ? "range " : "invalid ") +
-               std::string(e.what());
+      result = (dynamic_cast<const std::out_of_range*>(&e) ? "range " : "invalid ") + std::string(e.what());
     }
     EXPECT_EQ(result, expected) << '"' << objId << '"';
   }
@@ -155,37 +126,28 @@ TEST(AppHostConfig, BadObjIdPropagatesAndKeepsWhatWasApplied) {
       "<ObjectModelConfig Path='/late'/>");
   EXPECT_THROW(config.LoadConfigurationFile(WriteFile(xml)), std::invalid_argument);
   EXPECT_TRUE(log.Empty());
-  EXPECT_EQ(State(config),
-            "00110 - - - - - 5");  // the connector rule runs only after a complete load
+  EXPECT_EQ(State(config), "00110 - - - - - 5");  // the connector rule runs only after a complete load
 }
 
 TEST(AppHostConfig, FileFailuresAreLoggedAndKeepEarlierValues) {
   AppHostConfiguration config;
   config.LoadConfigurationFile(WriteFile(kExample));
   Tests::LogCapture log;
-  for (const char* bad : {"ZelAppHostConfig", "<ZelAppHostConfig WithoutKNX='0'>",
-                          "<ZelAppHostConfig WithoutKNX=0/>"})
+  for (const char* bad : {"ZelAppHostConfig", "<ZelAppHostConfig WithoutKNX='0'>", "<ZelAppHostConfig WithoutKNX=0/>"})
     config.LoadConfigurationFile(WriteFile(bad, "bad.xml"));
   config.LoadConfigurationFile(TempPath("missing \"a&b\".xml"));
   const std::string zeroByte = "<ZelAppHostConfig TerminateOnFirmwareUpdate='1'/>";
-  config.LoadConfigurationFile(
-      WriteFile(zeroByte + '\0' + '<'));  // the parser stops at the zero byte
+  config.LoadConfigurationFile(WriteFile(zeroByte + '\0' + '<'));  // the parser stops at the zero byte
   const Tests::ExpectedEntry fallBack = Error("Falling back to standard configuration.");
   std::vector<Tests::ExpectedEntry> expected = {
-      Error("Failed to read configuration file: expected <"),
-      fallBack,
-      Error("Failed to read configuration file: unexpected end of data"),
-      fallBack,
-      Error("Failed to read configuration file: expected ' or \""),
-      fallBack,
-      Error("App host config file cannot be read from: \"" + TempPath("missing &\"a&&b&\".xml") +
-            "\"")};
-  if (!std::ifstream(
-          kAppHostConfigFilePath)) {  // the fixed path, where no device file is installed
+      Error("Failed to read configuration file: expected <"), fallBack,
+      Error("Failed to read configuration file: unexpected end of data"), fallBack,
+      Error("Failed to read configuration file: expected ' or \""), fallBack,
+      Error("App host config file cannot be read from: \"" + TempPath("missing &\"a&&b&\".xml") + "\"")};
+  if (!std::ifstream(kAppHostConfigFilePath)) {  // the fixed path, where no device file is installed
     config.LoadConfigurationFile();
     expected.push_back(
-        Error("App host config file cannot be read from: "
-              "\"/opt/userdata/etc/zelapphost/zelapphostconfig.xml\""));
+        Error("App host config file cannot be read from: \"/opt/userdata/etc/zelapphost/zelapphostconfig.xml\""));
   }
   EXPECT_TRUE(log.Equals(expected));
   EXPECT_EQ(State(config), "11111 - - /x - - 17 42");
@@ -193,8 +155,7 @@ TEST(AppHostConfig, FileFailuresAreLoggedAndKeepEarlierValues) {
 
 TEST(AppHostConfig, LoadFileReturnsTheExactBytes) {
   const std::string bytes("a\0\r\n", 4);
-  EXPECT_EQ(LoadFile(WriteFile(bytes)).value_or(std::vector<char>()),
-            std::vector<char>(bytes.begin(), bytes.end()));
+  EXPECT_EQ(LoadFile(WriteFile(bytes)).value_or(std::vector<char>()), std::vector<char>(bytes.begin(), bytes.end()));
 }
 
 // `depth` elements nested in each other, the root first, around `inner`.
@@ -218,18 +179,16 @@ TEST(AppHostConfig, NestingIsBoundedBeforeTheParserSeesIt) {
       text += "<a>";
     return text;
   }();
-  const Tests::ExpectedEntry deep =
-      Error("Failed to read configuration file: elements nested deeper than 256");
+  const Tests::ExpectedEntry deep = Error("Failed to read configuration file: elements nested deeper than 256");
   const std::pair<const char*, std::string> accepted[] = {
       {"256 levels", Nested(256)},
       {"256 levels, the last empty", Nested(255, "<b/>")},
-      {"1000 siblings", Nested(2,
-                               [] {
-                                 std::string text;
-                                 for (int i = 0; i < 1000; ++i)
-                                   text += "<b/><c></c>";
-                                 return text;
-                               }())},
+      {"1000 siblings", Nested(2, [] {
+         std::string text;
+         for (int i = 0; i < 1000; ++i)
+           text += "<b/><c></c>";
+         return text;
+       }())},
       {"comment", Nested(2, "<!--" + repeated + "-->")},
       {"CDATA", Nested(2, "<![CDATA[" + repeated + "]]>")},
       {"processing instruction", "<?pi " + repeated + "?>" + Nested(2)},
@@ -304,25 +263,24 @@ TEST(AppHostConfig, FilesThatAreNotSmallRegularFilesCannotBeRead) {
     ::close(fd);
   });
   const std::string sparse = TempPath(".sparse");
-  { std::ofstream(sparse, std::ios::binary) << "<ZelAppHostConfig WithoutKNX='1'/>"; }
+  {
+    std::ofstream(sparse, std::ios::binary) << "<ZelAppHostConfig WithoutKNX='1'/>";
+  }
   // 3 GiB (the largest size where off_t has 32 bits), taking almost no disk.
-  const off_t huge =
-      sizeof(off_t) >= 8 ? static_cast<off_t>(3LL << 30) : std::numeric_limits<off_t>::max();
+  const off_t huge = sizeof(off_t) >= 8 ? static_cast<off_t>(3LL << 30) : std::numeric_limits<off_t>::max();
   ASSERT_EQ(::truncate(sparse.c_str(), huge), 0);
   const std::string unreadable = WriteFile("<ZelAppHostConfig WithoutKNX='1'/>", ".unreadable");
   ::chmod(unreadable.c_str(), 0);
 
-  std::vector<std::string> paths = {
-      ::testing::TempDir(), fifo,   endless,
-      "/dev/zero",          sparse, WriteFile(std::string(1024 * 1024 + 1, ' '), ".big")};
+  std::vector<std::string> paths = {::testing::TempDir(), fifo, endless, "/dev/zero", sparse,
+                                    WriteFile(std::string(1024 * 1024 + 1, ' '), ".big")};
   if (::geteuid() != 0)
     paths.push_back(unreadable);  // root reads it anyway
   for (const std::string& path : paths) {
     AppHostConfiguration config;
     Tests::LogCapture log;
     Bounded(path, [&] { config.LoadConfigurationFile(path); });
-    EXPECT_TRUE(log.Equals({Error("App host config file cannot be read from: \"" + path + "\"")}))
-        << path;
+    EXPECT_TRUE(log.Equals({Error("App host config file cannot be read from: \"" + path + "\"")})) << path;
     EXPECT_EQ(State(config), "00000 - - - - -") << path;
     EXPECT_FALSE(LoadFile(path)) << path;
   }
@@ -330,8 +288,7 @@ TEST(AppHostConfig, FilesThatAreNotSmallRegularFilesCannotBeRead) {
   // At the bound it is read.
   const std::string padded = "<ZelAppHostConfig WithoutKNX='1'/>";
   AppHostConfiguration config;
-  config.LoadConfigurationFile(
-      WriteFile(padded + std::string(1024 * 1024 - padded.size(), ' '), ".max"));
+  config.LoadConfigurationFile(WriteFile(padded + std::string(1024 * 1024 - padded.size(), ' '), ".max"));
   EXPECT_TRUE(config.IsAppHostWithoutKNX());
 }
 

@@ -88,8 +88,7 @@ TEST(TavValue, SerialFormRoundTripsEveryType) {
               text + " | " + internal + " | " + text.substr(colon + 1));
     for (const std::string& form : {text, internal}) {
       TAVVALUE read = kPoison;  // equal: NaNs equal each other; 0 and -0 differ
-      EXPECT_TRUE(read.Deserialize(form) && read == value)
-          << form << " read as " << read.ToString();
+      EXPECT_TRUE(read.Deserialize(form) && read == value) << form << " read as " << read.ToString();
     }
   }
 }
@@ -172,21 +171,35 @@ TEST(TavTime, CalendarWeekdayAndTm) {
     std::uint8_t m, d;
     std::uint32_t weekDays;
   } dates[] = {
-      {2024, 2, 29, 8},   {2023, 2, 29, 0},  {1900, 2, 29, 0}, {2000, 2, 29, 2}, {1200, 2, 29, 2},
-      {1300, 2, 29, 0},   {2023, 4, 30, 64}, {2023, 4, 31, 0}, {1, 1, 1, 1},     {1582, 10, 15, 16},
-      {9999, 12, 31, 16}, {0, 1, 1, 0},      {10000, 1, 1, 0}, {2023, 0, 1, 0},  {2023, 13, 1, 0},
-      {2023, 1, 0, 0},    {2023, 1, 32, 0},
+      {2024, 2, 29, 8},
+      {2023, 2, 29, 0},
+      {1900, 2, 29, 0},
+      {2000, 2, 29, 2},
+      {1200, 2, 29, 2},
+      {1300, 2, 29, 0},
+      {2023, 4, 30, 64},
+      {2023, 4, 31, 0},
+      {1, 1, 1, 1},
+      {1582, 10, 15, 16},
+      {9999, 12, 31, 16},
+      {0, 1, 1, 0},
+      {10000, 1, 1, 0},
+      {2023, 0, 1, 0},
+      {2023, 13, 1, 0},
+      {2023, 1, 0, 0},
+      {2023, 1, 32, 0},
   };
   for (const auto& c : dates) {
     SCOPED_TRACE(std::to_string(c.y) + "-" + std::to_string(c.m) + "-" + std::to_string(c.d));
     TAVTIME t = kAllFields;
     const bool set = t.SetDate(c.y, c.m, c.d, false);
     EXPECT_EQ(TAVTIME::IsValidDate(c.y, c.m, c.d), set);
-    EXPECT_EQ(set ? t.weekDays : t == kAllFields ? 0u : 999u, c.weekDays);
+    EXPECT_EQ(set ? t.weekDays : t == kAllFields ? 0u
+                                                 : 999u,
+              c.weekDays);
   }
   EXPECT_TRUE(TAVTIME::IsValidTime(23, 59, 59));
-  EXPECT_FALSE(TAVTIME::IsValidTime(24, 0, 0) || TAVTIME::IsValidTime(0, 60, 0) ||
-               TAVTIME::IsValidTime(0, 0, 60));
+  EXPECT_FALSE(TAVTIME::IsValidTime(24, 0, 0) || TAVTIME::IsValidTime(0, 60, 0) || TAVTIME::IsValidTime(0, 0, 60));
 
   TAVTIME t = kAllFields;
   ASSERT_TRUE(t.SetDate(2023, 1, 1, false));
@@ -194,8 +207,8 @@ TEST(TavTime, CalendarWeekdayAndTm) {
   EXPECT_EQ(T(ivtDate, t).ToString(), "2023-01-01 00:00:00.000 w=64 utc=0 dst=0");
 
   const std::tm tm = kAllFields.ToTm();  // tm_wday 0: the mask holds more than one day
-  EXPECT_EQ(std::vector<int>({tm.tm_year, tm.tm_mon, tm.tm_mday, tm.tm_hour, tm.tm_min, tm.tm_sec,
-                              tm.tm_wday, tm.tm_yday, tm.tm_isdst}),
+  EXPECT_EQ(std::vector<int>({tm.tm_year, tm.tm_mon, tm.tm_mday, tm.tm_hour, tm.tm_min, tm.tm_sec, tm.tm_wday,
+                              tm.tm_yday, tm.tm_isdst}),
             std::vector<int>({8099, 11, 31, 23, 59, 59, 0, 364, 1}));
   EXPECT_EQ(DateTime(2024, 2, 29).ToTm().tm_wday, 4);  // Thursday
 }
@@ -266,25 +279,22 @@ TEST(TavValueByteArray, WritesAndReadsOnlyWithinTheGivenLength) {
     unsigned int length = c.capacity;
     const bool written = TavValueToByteArray(c.value, buffer.data(), length);
     const bool untouched = length == c.capacity && buffer == Octets(c.capacity, 0xEE);
-    EXPECT_EQ(written     ? Octets(buffer.begin(), buffer.begin() + length)
-              : untouched ? Octets()
-                          : Octets(3, 0xBA),
+    EXPECT_EQ(written ? Octets(buffer.begin(), buffer.begin() + length) : untouched ? Octets()
+                                                                                    : Octets(3, 0xBA),
               c.written)
         << c.label;
     TAVVALUE value = kPoison, before = kPoison;
     value.ivt = before.ivt = c.value.ivt;
     const bool read = ByteArrayToTavValue(buffer.data(), c.capacity, value, false);
-    EXPECT_EQ(read              ? value.ToString()
-              : value == before ? "refused"
-                                : "refused, but changed",
+    EXPECT_EQ(read ? value.ToString() : value == before ? "refused"
+                                                        : "refused, but changed",
               c.read)
         << c.label;
   }
   // Bit-sized: bit 0 of the first octet, into the integer storage whatever the type.
   TAVVALUE value = kPoison;
   const Octets octets = {0xFE, 0x01};
-  EXPECT_TRUE(ByteArrayToTavValue(&octets[1], 1, value, true) && value.GetDWord() == 1 &&
-              value.GetDouble() == -123.25);
+  EXPECT_TRUE(ByteArrayToTavValue(&octets[1], 1, value, true) && value.GetDWord() == 1 && value.GetDouble() == -123.25);
   EXPECT_TRUE(ByteArrayToTavValue(octets.data(), 2, value, true) && value.GetDWord() == 0);
   EXPECT_FALSE(ByteArrayToTavValue(nullptr, 0, value, true));
 }
@@ -293,11 +303,9 @@ TEST(TimeOfDay, CreateChecksEachField) {
   using ZelApp::TimeOfDay;
   const auto last = TimeOfDay::Create(23, 59, 59, ZelApp::Sunday);
   ASSERT_TRUE(last && TimeOfDay::Create(0, 0, 0, ZelApp::NoDay));
-  EXPECT_EQ(
-      std::vector<int>({last->GetHour(), last->GetMinute(), last->GetSecond(), last->GetWeekday()}),
-      std::vector<int>({23, 59, 59, 7}));
-  const int bad[][4] = {{24, 0, 0, 0}, {-1, 0, 0, 0}, {0, 60, 0, 0}, {0, -1, 0, 0},
-                        {0, 0, 60, 0}, {0, 0, -1, 0}, {0, 0, 0, 8},  {0, 0, 0, -1}};
+  EXPECT_EQ(std::vector<int>({last->GetHour(), last->GetMinute(), last->GetSecond(), last->GetWeekday()}),
+            std::vector<int>({23, 59, 59, 7}));
+  const int bad[][4] = {{24, 0, 0, 0}, {-1, 0, 0, 0}, {0, 60, 0, 0}, {0, -1, 0, 0}, {0, 0, 60, 0}, {0, 0, -1, 0}, {0, 0, 0, 8}, {0, 0, 0, -1}};
   for (const auto& b : bad) {
     EXPECT_FALSE(TimeOfDay::Create(b[0], b[1], b[2], static_cast<ZelApp::DayOfWeek>(b[3])))
         << b[0] << ':' << b[1] << ':' << b[2] << " day " << b[3];

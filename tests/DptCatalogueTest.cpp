@@ -17,8 +17,7 @@ std::string LabelOf(const Catalogue::TableRow& row) {
   if (row.subNumber == 0) {
     std::snprintf(label, sizeof label, "%u.x", unsigned{row.mainNumber});
   } else {
-    std::snprintf(label, sizeof label, "%u.%03u", unsigned{row.mainNumber},
-                  unsigned{row.subNumber});
+    std::snprintf(label, sizeof label, "%u.%03u", unsigned{row.mainNumber}, unsigned{row.subNumber});
   }
   return label;
 }
@@ -49,8 +48,7 @@ TEST(DptCatalogue, MainRowsAreSortedAndConvertOnlyWhatTheModelTypes) {
     if (row.encoding != Catalogue::Encoding::None || row.decoding != Catalogue::Decoding::None) {
       EXPECT_TRUE(modelled && row.modelType != ivtEmpty);
     }
-    EXPECT_EQ(row.modelType == ivtEmpty,
-              !modelled || row.defaultValue == Catalogue::DefaultValue::Empty);
+    EXPECT_EQ(row.modelType == ivtEmpty, !modelled || row.defaultValue == Catalogue::DefaultValue::Empty);
   }
   EXPECT_EQ(&Catalogue::Main(0), &Catalogue::kNoMainRow);
   EXPECT_EQ(&Catalogue::Main(242), &Catalogue::kNoMainRow);
@@ -73,12 +71,10 @@ TEST(KnxLayout, CalendarArithmeticAgreesWithBoost) {
     ASSERT_EQ(Layout::DaysInMonth(ymd.year, ymd.month),
               boost::gregorian::gregorian_calendar::end_of_month_day(ymd.year, ymd.month));
   };
-  for (boost::gregorian::date d(1400, 1, 1); d <= boost::gregorian::date(2600, 12, 31);
-       d += boost::gregorian::days(1)) {
+  for (boost::gregorian::date d(1400, 1, 1); d <= boost::gregorian::date(2600, 12, 31); d += boost::gregorian::days(1)) {
     check(d);
   }
-  for (boost::gregorian::date d(9990, 1, 1); d <= boost::gregorian::date(9999, 12, 31);
-       d += boost::gregorian::days(1)) {
+  for (boost::gregorian::date d(9990, 1, 1); d <= boost::gregorian::date(9999, 12, 31); d += boost::gregorian::days(1)) {
     check(d);
   }
 }

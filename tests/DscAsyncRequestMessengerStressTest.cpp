@@ -98,8 +98,7 @@ TEST(DscAsyncRequestMessengerStress, EveryCallGetsItsOwnAnswerOrGivesUpAfterAllA
       } else {
         ++failed;
         const std::string errorId = After(docket.ReadDeliveryError(), "simulated failure of ");
-        EXPECT_TRUE(sentFor(errorId, call) && byId[errorId]->fault == SimulatedFault::Error)
-            << call;
+        EXPECT_TRUE(sentFor(errorId, call) && byId[errorId]->fault == SimulatedFault::Error) << call;
       }
     }
   }
@@ -119,8 +118,7 @@ TEST(DscAsyncRequestMessengerStress, EveryCallGetsItsOwnAnswerOrGivesUpAfterAllA
             << faults[SimulatedFault::Duplicate] << ", error " << faults[SimulatedFault::Error]
             << ", empty id " << faults[SimulatedFault::EmptyId] << ", unknown id "
             << faults[SimulatedFault::UnknownId] << "); " << good << " answered, " << failed
-            << " error answers, " << empty << " empty after " << kAttempts << " attempts"
-            << std::endl;
+            << " error answers, " << empty << " empty after " << kAttempts << " attempts" << std::endl;
 }
 
 // The seed of a randomised run: ZEL_STRESS_SEED when set (to repeat a
@@ -181,11 +179,8 @@ TEST(DscAsyncRequestMessengerStress, AnswersAroundTheDeadlineAreNeitherLostNorMi
         const std::string text = "read " + std::to_string(id);
         switch (id % 3) {
           case 0: mine.emplace_back(std::to_string(id), messenger.GetValue(id, false)); break;
-          case 1:
-            mine.emplace_back(std::to_string(id), messenger.SetValue(id, value, false));
-            break;
-          default:
-            mine.emplace_back(text, messenger.Request(text, boost::posix_time::milliseconds(5)));
+          case 1: mine.emplace_back(std::to_string(id), messenger.SetValue(id, value, false)); break;
+          default: mine.emplace_back(text, messenger.Request(text, boost::posix_time::milliseconds(5)));
         }
       }
       --running;
@@ -212,8 +207,7 @@ TEST(DscAsyncRequestMessengerStress, AnswersAroundTheDeadlineAreNeitherLostNorMi
       stored.insert(entry.text.substr(prefix.size(), entry.text.size() - prefix.size() - 2));
   }
   const std::vector<SimulatedRequest> requests = client.Requests();
-  std::map<std::string, std::vector<const SimulatedRequest*>>
-      sent;  // call -> its requests in order
+  std::map<std::string, std::vector<const SimulatedRequest*>> sent;  // call -> its requests in order
   std::map<std::string, const SimulatedRequest*> byId;
   for (const SimulatedRequest& request : requests) {
     sent[callOf(request)].push_back(&request);
@@ -271,10 +265,9 @@ TEST(DscAsyncRequestMessengerStress, AnswersAroundTheDeadlineAreNeitherLostNorMi
             << faults[SimulatedFault::NoAnswer] << ", late " << faults[SimulatedFault::Late]
             << ", duplicate " << faults[SimulatedFault::Duplicate] << ", error "
             << faults[SimulatedFault::Error] << ", empty id " << faults[SimulatedFault::EmptyId]
-            << ", unknown id " << faults[SimulatedFault::UnknownId] << ", stalled " << stalled
-            << "); " << good << " answered, " << failed << " error answers, " << empty
-            << " empty; lost at deadline " << lostAtDeadline << ", misrouted " << misrouted
-            << ", error answers re-sent " << errorResent << std::endl;
+            << ", unknown id " << faults[SimulatedFault::UnknownId] << ", stalled " << stalled << "); "
+            << good << " answered, " << failed << " error answers, " << empty << " empty; lost at deadline " << lostAtDeadline
+            << ", misrouted " << misrouted << ", error answers re-sent " << errorResent << std::endl;
   EXPECT_EQ(lostAtDeadline + misrouted + errorResent, 0u);
 }
 

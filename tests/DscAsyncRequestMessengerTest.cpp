@@ -154,10 +154,9 @@ TEST(DscAsyncRequestMessenger, TraceOfAnsweredAndAbandonedRequests) {
   Rig abandoned({{SimulatedFault::NoAnswer, {}}});
   log.Clear();
   abandoned.messenger.SetConfiguration("c", pt::seconds(0), [] { return false; });
-  EXPECT_TRUE(
-      log.Equals({Debug("Request ID is 'r1'"),
-                  Info("Aborted a OMB request because its result is no longer relevant"),
-                  Debug("returned from waiting for response with ID 'r1': !isStillRelevant")}));
+  EXPECT_TRUE(log.Equals({Debug("Request ID is 'r1'"),
+                          Info("Aborted a OMB request because its result is no longer relevant"),
+                          Debug("returned from waiting for response with ID 'r1': !isStillRelevant")}));
 }
 
 // The answer reaches the callback thread while the caller still holds the
@@ -248,15 +247,15 @@ TEST(DscAsyncRequestMessenger, SynchronousSetConfigurationIsAlwaysAnswered) {
     Rig rig({});
     rig.client.SetSynchronousResult(accepted);
     const Docket docket = rig.messenger.SetConfiguration(5, {}, true);
-    EXPECT_TRUE(docket.IsAnswered() && docket.ReadReply().empty() &&
-                docket.ReadDeliveryError().empty());
+    EXPECT_TRUE(docket.IsAnswered() && docket.ReadReply().empty() && docket.ReadDeliveryError().empty());
     EXPECT_EQ(docket.IsReplyValid(), accepted);
   }
 }
 
 class TestError final : public Quor::IDeviceStackClient::IError {
  public:
-  explicit TestError(bool failed) : m_failed(failed) {}
+  explicit TestError(bool failed)
+      : m_failed(failed) {}
   bool IsFailed() const override { return m_failed; }
   std::int32_t GetCode() const override { return 1; }
   std::string GetDomain() const override { return "test"; }
@@ -271,8 +270,7 @@ TEST(DscAsyncRequestMessenger, AnswersForUnknownIdsAreLoggedAndDropped) {
   const std::pair<std::function<void(Handler&, const TestError&)>, std::string> cases[] = {
       {[](Handler& h, const auto& e) { h.OnResponse(nullptr, "q", "p", e); }, "; response: p"},
       {[](Handler& h, const auto& e) { h.OnRegisterApplication(nullptr, "q", e); }, ""},
-      {[](Handler& h, const auto& e) { h.OnGetConfiguration(nullptr, "q", "p", e); },
-       "; config: p"},
+      {[](Handler& h, const auto& e) { h.OnGetConfiguration(nullptr, "q", "p", e); }, "; config: p"},
       {[](Handler& h, const auto& e) { h.OnSetConfiguration(nullptr, "q", e); }, ""},
       {[](Handler& h, const auto& e) { h.OnGetValue(nullptr, "q", 4000000000u, "u", "p", e); },
        "; id: 4000000000; urn: u; value: p"},
@@ -284,9 +282,8 @@ TEST(DscAsyncRequestMessenger, AnswersForUnknownIdsAreLoggedAndDropped) {
     SCOPED_TRACE(c.second);
     LogCapture log;
     c.first(*rig.client.ResponseHandler(), TestError(true));
-    EXPECT_TRUE(
-        log.Equals({Error("OMB error for request q" + c.second),
-                    Debug("No docket for response ID 'q'"), Error("Request q: Error 'boom'")}));
+    EXPECT_TRUE(log.Equals({Error("OMB error for request q" + c.second),
+                            Debug("No docket for response ID 'q'"), Error("Request q: Error 'boom'")}));
     log.Clear();
     c.first(*rig.client.ResponseHandler(), TestError(false));
     EXPECT_TRUE(log.Equals({Debug("No docket for response ID 'q'")}));

@@ -36,61 +36,21 @@ TEST(TavValueToGroupValue, EncodesEachMainNumber) {
       {"5.001", Code(5, 1), Bits(ivtByte, 200), {0xC8}, 8, ""},
       {"6.010", Code(6, 10), Bits(ivtByte, 0xFF), {0xFF}, 8, ""},
       {"7.001 max", Code(7, 1), Bits(ivtWord, 65535), {0xFF, 0xFF}, 16, ""},
-      {"7.001 clamped",
-       Code(7, 1),
-       Bits(ivtWord, 70000),
-       {0xFF, 0xFF},
-       16,
-       "Value out of range: 70000 (DPT 7)"},
-      {"217.001 clamped",
-       Code(217, 1),
-       Bits(ivtWord, 65536),
-       {0xFF, 0xFF},
-       16,
-       "Value out of range: 65536 (DPT 217)"},
+      {"7.001 clamped", Code(7, 1), Bits(ivtWord, 70000), {0xFF, 0xFF}, 16, "Value out of range: 70000 (DPT 7)"},
+      {"217.001 clamped", Code(217, 1), Bits(ivtWord, 65536), {0xFF, 0xFF}, 16, "Value out of range: 65536 (DPT 217)"},
       {"8.001 -2", Code(8, 1), Bits(ivtInteger, 0xFFFFFFFE), {0xFF, 0xFE}, 16, ""},
-      {"8.001 saturated",
-       Code(8, 1),
-       Bits(ivtInteger, static_cast<std::uint32_t>(-40000)),
-       {0x80, 0x00},
-       16,
-       "Value out of range: -40000 (DPT 8)"},
+      {"8.001 saturated", Code(8, 1), Bits(ivtInteger, static_cast<std::uint32_t>(-40000)), {0x80, 0x00}, 16, "Value out of range: -40000 (DPT 8)"},
       {"9.001", Code(9, 1), Real(21.5), {0x0C, 0x33}, 16, ""},
-      {"10.001 Fri 23:59:58",
-       Code(10, 1),
-       Time(ivtDayTime, 0, 0, 0, 23, 59, 58, friday),
-       {0xB7, 0x3B, 0x3A},
-       24,
-       ""},
+      {"10.001 Fri 23:59:58", Code(10, 1), Time(ivtDayTime, 0, 0, 0, 23, 59, 58, friday), {0xB7, 0x3B, 0x3A}, 24, ""},
       {"11.001", Code(11, 1), Time(ivtDate, 1999, 12, 31, 0, 0, 0, 0), {0x1F, 0x0C, 0x63}, 24, ""},
       {"12.001", Code(12, 1), Bits(ivtDWord, 0xDEADBEEF), {0xDE, 0xAD, 0xBE, 0xEF}, 32, ""},
       {"13.001", Code(13, 1), Bits(ivtInteger, 0xFFFFFFFF), {0xFF, 0xFF, 0xFF, 0xFF}, 32, ""},
       {"14.x", Code(14, 0), Real(-2.5), {0xC0, 0x20, 0x00, 0x00}, 32, ""},
-      {"16.001",
-       Code(16, 1),
-       Text("\xC3\xBC\xE2\x82\xAC"),
-       {0xFC, '?', 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0},
-       112,
-       ""},
+      {"16.001", Code(16, 1), Text("\xC3\xBC\xE2\x82\xAC"), {0xFC, '?', 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}, 112, ""},
       {"17.001", Code(17, 1), Bits(ivtByte, 63), {0x3F}, 8, ""},
-      {"19.001",
-       Code(19, 1),
-       Time(ivtDateTime, 2023, 2, 28, 13, 45, 7, 0),
-       {123, 2, 28, 0x4D, 45, 7, 0x20, 0},
-       64,
-       ""},
-      {"19.001 no date",
-       Code(19, 1),
-       Time(ivtDateTime, 0, 0, 0, 13, 45, 7, 0),
-       {70, 1, 1, 0, 0, 0, 0x24, 0},
-       64,
-       ""},
-      {"19.001 day 31 of April",
-       Code(19, 1),
-       Time(ivtDateTime, 2023, 4, 31, 1, 2, 3, 0),
-       {70, 1, 1, 0, 0, 0, 0x24, 0},
-       64,
-       ""},
+      {"19.001", Code(19, 1), Time(ivtDateTime, 2023, 2, 28, 13, 45, 7, 0), {123, 2, 28, 0x4D, 45, 7, 0x20, 0}, 64, ""},
+      {"19.001 no date", Code(19, 1), Time(ivtDateTime, 0, 0, 0, 13, 45, 7, 0), {70, 1, 1, 0, 0, 0, 0x24, 0}, 64, ""},
+      {"19.001 day 31 of April", Code(19, 1), Time(ivtDateTime, 2023, 4, 31, 1, 2, 3, 0), {70, 1, 1, 0, 0, 0, 0x24, 0}, 64, ""},
       {"232.600", Code(232, 600), Bits(ivtDWord, 0x00123456), {0x12, 0x34, 0x56}, 24, ""},
   };
   for (const Sent& c : cases) {
@@ -107,69 +67,19 @@ TEST(TavValueToGroupValue, EncodesEachMainNumber) {
 TEST(TavValueToGroupValue, RefusesWithOneMessageOrSilently) {
   const double inf = std::numeric_limits<double>::infinity();
   const Sent cases[] = {
-      {"byte for 9.001",
-       Code(9, 1),
-       Bits(ivtByte, 1),
-       {},
-       0,
-       "Value type mismatch: Expected 'ivtFloat', got 'ivtByte'"},
-      {"empty for 5.001",
-       Code(5, 1),
-       TAVVALUE(),
-       {},
-       0,
-       "Value type mismatch: Expected 'ivtByte', got 'Empty'"},
+      {"byte for 9.001", Code(9, 1), Bits(ivtByte, 1), {}, 0, "Value type mismatch: Expected 'ivtFloat', got 'ivtByte'"},
+      {"empty for 5.001", Code(5, 1), TAVVALUE(), {}, 0, "Value type mismatch: Expected 'ivtByte', got 'Empty'"},
       {"9.001 NaN", Code(9, 1), Real(std::nan("")), {}, 0, ""},
       {"9.001 infinity", Code(9, 1), Real(-inf), {}, 0, ""},
       {"17.001 64", Code(17, 1), Bits(ivtByte, 64), {}, 0, ""},
-      {"4.001",
-       Code(4, 1),
-       TAVVALUE(),
-       {},
-       0,
-       "Value type 4 not supported (dwDPT=262145 with value='ivt: 1, ToString(): ')."},
-      {"24.001",
-       Code(24, 1),
-       Text("x"),
-       {},
-       0,
-       "Value type 24 not supported (dwDPT=1572865 with value='ivt: 10, ToString(): x')."},
-      {"25.1000",
-       Code(25, 1000),
-       Bits(ivtByte, 2),
-       {},
-       0,
-       "Value type 25 not supported (dwDPT=1639400 with value='ivt: 6, ToString(): 2')."},
-      {"main 0",
-       Code(0, 0),
-       TAVVALUE(),
-       {},
-       0,
-       "Value type 0 not supported (dwDPT=0 with value='ivt: 1, ToString(): ')."},
-      {"main 100",
-       Code(100, 1),
-       TAVVALUE(),
-       {},
-       0,
-       "Value type 100 not supported (dwDPT=6553601 with value='ivt: 1, ToString(): ')."},
-      {"11.001 2023-02-29",
-       Code(11, 1),
-       Time(ivtDate, 2023, 2, 29, 0, 0, 0, 0),
-       {},
-       0,
-       "Not a valid date: 2023 2 29 0 0 0 0 0 0 0"},
-      {"10.001 hour 25",
-       Code(10, 1),
-       Time(ivtDayTime, 2020, 1, 2, 25, 0, 0, 8),
-       {},
-       0,
-       "Could not convert TAVTIME 2020 1 2 25 0 0 0 8 0 0 to TimeOfDay"},
-      {"16.001 byte 0xFF",
-       Code(16, 1),
-       Text("a\xFF"),
-       {},
-       0,
-       "Got TAVVALUE that contains a non-UTF8 string"},
+      {"4.001", Code(4, 1), TAVVALUE(), {}, 0, "Value type 4 not supported (dwDPT=262145 with value='ivt: 1, ToString(): ')."},
+      {"24.001", Code(24, 1), Text("x"), {}, 0, "Value type 24 not supported (dwDPT=1572865 with value='ivt: 10, ToString(): x')."},
+      {"25.1000", Code(25, 1000), Bits(ivtByte, 2), {}, 0, "Value type 25 not supported (dwDPT=1639400 with value='ivt: 6, ToString(): 2')."},
+      {"main 0", Code(0, 0), TAVVALUE(), {}, 0, "Value type 0 not supported (dwDPT=0 with value='ivt: 1, ToString(): ')."},
+      {"main 100", Code(100, 1), TAVVALUE(), {}, 0, "Value type 100 not supported (dwDPT=6553601 with value='ivt: 1, ToString(): ')."},
+      {"11.001 2023-02-29", Code(11, 1), Time(ivtDate, 2023, 2, 29, 0, 0, 0, 0), {}, 0, "Not a valid date: 2023 2 29 0 0 0 0 0 0 0"},
+      {"10.001 hour 25", Code(10, 1), Time(ivtDayTime, 2020, 1, 2, 25, 0, 0, 8), {}, 0, "Could not convert TAVTIME 2020 1 2 25 0 0 0 8 0 0 to TimeOfDay"},
+      {"16.001 byte 0xFF", Code(16, 1), Text("a\xFF"), {}, 0, "Got TAVVALUE that contains a non-UTF8 string"},
   };
   for (const Sent& c : cases) {
     SCOPED_TRACE(c.label);
@@ -200,11 +110,7 @@ TEST(GroupValueToTavValue, DecodesEachMainNumber) {
       {"12.001", Code(12, 1), {0xDE, 0xAD, 0xBE, 0xEF}, 32, ivtDWord, "3735928559"},
       {"13.001", Code(13, 1), {0x80, 0, 0, 0}, 32, ivtInteger, "-2147483648"},
       {"14.x", Code(14, 0), {0xC0, 0x20, 0, 0}, 32, ivtFloat, "-2.5"},
-      {"16.001",
-       Code(16, 1),
-       {'G', 'r', 0xFC, 0xDF, 'e', 0, 0, 0, 0, 0, 0, 0, 0, 0},
-       112,
-       ivtString,
+      {"16.001", Code(16, 1), {'G', 'r', 0xFC, 0xDF, 'e', 0, 0, 0, 0, 0, 0, 0, 0, 0}, 112, ivtString,
        "Gr\xC3\xBC\xC3\x9F"
        "e"},
       {"232.600", Code(232, 600), {0x12, 0x34, 0x56}, 24, ivtDWord, "1193046"},
@@ -234,8 +140,7 @@ TEST(GroupValueToTavValue, DatesAndTimesBecomeTheirTypes) {
   EXPECT_EQ(date->GetTime().year, 2023);
   EXPECT_EQ(date->GetTime().day, 28);
 
-  const auto both =
-      GroupValueToTavValue(Group({123, 2, 28, 0x4D, 45, 7, 0x20, 0}, 64), Code(19, 1));
+  const auto both = GroupValueToTavValue(Group({123, 2, 28, 0x4D, 45, 7, 0x20, 0}, 64), Code(19, 1));
   ASSERT_TRUE(both);
   EXPECT_EQ(both->ivt, ivtDateTime);
   EXPECT_EQ(both->GetTime().month, 2);
@@ -246,14 +151,12 @@ TEST(GroupValueToTavValue, EndOfDayIsMidnightOfTheNextDay) {
   const auto value = GroupValueToTavValue(Group({123, 2, 28, 24, 0, 0, 0x20, 0}, 64), Code(19, 1));
   ASSERT_TRUE(value);
   const TAVTIME& t = value->GetTime();
-  EXPECT_EQ(std::make_tuple(t.year, unsigned{t.month}, unsigned{t.day}, unsigned{t.hour}),
-            std::make_tuple(2023, 3u, 1u, 0u));
+  EXPECT_EQ(std::make_tuple(t.year, unsigned{t.month}, unsigned{t.day}, unsigned{t.hour}), std::make_tuple(2023, 3u, 1u, 0u));
 }
 
 // A received 4-octet NaN goes back out with the bits it came with.
 TEST(TavValueToGroupValue, FourOctetNaNKeepsItsBits) {
-  for (const Octets& nan :
-       {Octets{0xFF, 0xFF, 0xFF, 0xFF}, Octets{0x7F, 0xC0, 0, 0}, Octets{0xFF, 0xC1, 0x23, 0x45}}) {
+  for (const Octets& nan : {Octets{0xFF, 0xFF, 0xFF, 0xFF}, Octets{0x7F, 0xC0, 0, 0}, Octets{0xFF, 0xC1, 0x23, 0x45}}) {
     const auto value = GroupValueToTavValue(Group(nan, 32), Code(14, 56));
     ASSERT_TRUE(value);
     ASSERT_TRUE(std::isnan(value->GetDouble()));
@@ -269,8 +172,7 @@ TEST(GroupValueTavValue, CodesBeyond32BitsNameNoDpt) {
   if (sizeof(unsigned long) == 4) {
     GTEST_SKIP() << "unsigned long is 32 bits here";
   }
-  const unsigned long wide =
-      (static_cast<unsigned long>(1) << (sizeof(unsigned long) * 8 - 1)) | Code(9, 1);
+  const unsigned long wide = (static_cast<unsigned long>(1) << (sizeof(unsigned long) * 8 - 1)) | Code(9, 1);
   LogCapture log(log4cplus::INFO_LOG_LEVEL);
   EXPECT_FALSE(CheckGroupValue(Group({0x0C, 0x33}, 16), wide));
   EXPECT_FALSE(GroupValueToTavValue(Group({0x0C, 0x33}, 16), wide));
@@ -292,10 +194,8 @@ TEST(GroupValueToTavValue, RefusalsAreLogged) {
   ASSERT_EQ(entries.size(), 11u);
   EXPECT_EQ(entries[0].text, "Unsupported DPT: 4.1");
   EXPECT_EQ(entries[1].text, "Unsupported DPT: 100.7");
-  EXPECT_EQ(entries[3].text,
-            "Received invalid value 0c 33 00 00 for DPT 9.1");  // after the table's line
-  EXPECT_EQ(entries[6].text,
-            "Assume validity and accept value!");  // 30.1 passes the check, then nothing decodes it
+  EXPECT_EQ(entries[3].text, "Received invalid value 0c 33 00 00 for DPT 9.1");  // after the table's line
+  EXPECT_EQ(entries[6].text, "Assume validity and accept value!");               // 30.1 passes the check, then nothing decodes it
   EXPECT_EQ(entries[10].text.rfind("Received a group value too short for DPT 22.1: ", 0), 0u);
 }
 

@@ -36,9 +36,7 @@ Pair PairOf(const FloatIntegerRange& r) {
 template <class... Converters>
 Pair FirstPairOf(const KnxConverter* c) {
   Pair result{0, 0};
-  const auto take = [&](auto* ranged) {
-    return ranged ? (result = PairOf(ranged->GetRange()), true) : false;
-  };
+  const auto take = [&](auto* ranged) { return ranged ? (result = PairOf(ranged->GetRange()), true) : false; };
   (take(dynamic_cast<const Converters*>(c)) || ...);
   return result;
 }
@@ -77,8 +75,7 @@ TEST_F(TableTest, HoldsTheFiftyThreeRows) {
       {6, 0, 8, ivtInteger, TavDP::vstGeneric, typeid(KnxConverterInteger8BitSigned), -128, 127},
       {6, 20, 8, ivtByte, TavDP::vstStatusMode, typeid(KnxConverterStatus8Bit), 0, 255},
       {7, 0, 16, ivtWord, TavDP::vstGeneric, typeid(KnxConverterInteger16BitUnsigned), 0, 65535},
-      {8, 0, 16, ivtInteger, TavDP::vstGeneric, typeid(KnxConverterInteger16BitSigned), -32768,
-       32767},
+      {8, 0, 16, ivtInteger, TavDP::vstGeneric, typeid(KnxConverterInteger16BitSigned), -32768, 32767},
       {9, 0, 16, ivtFloat, TavDP::vstGeneric, f16, -671088.64, 670760.96},
       {9, 1, 16, ivtFloat, TavDP::vstKnxFloat, f16, -273, 670760},
       {9, 2, 16, ivtFloat, TavDP::vstKnxFloat, f16, -670760, 670760},
@@ -102,10 +99,8 @@ TEST_F(TableTest, HoldsTheFiftyThreeRows) {
       {10, 0, 24, ivtTime, TavDP::vstGeneric, typeid(KnxConverterTimeOfDay), 0, 0},
       {11, 0, 24, ivtDate, TavDP::vstGeneric, typeid(KnxConverterDate), 0, 0},
       {12, 0, 32, ivtDWord, TavDP::vstGeneric, u32, 0, 4294967295.0},
-      {13, 0, 32, ivtInteger, TavDP::vstGeneric, typeid(KnxConverterInteger32BitSigned), INT32_MIN,
-       INT32_MAX},
-      {14, 0, 32, ivtFloat, TavDP::vstGeneric, typeid(KnxConverterFloat32BitFloat), -FLT_MAX,
-       FLT_MAX},
+      {13, 0, 32, ivtInteger, TavDP::vstGeneric, typeid(KnxConverterInteger32BitSigned), INT32_MIN, INT32_MAX},
+      {14, 0, 32, ivtFloat, TavDP::vstGeneric, typeid(KnxConverterFloat32BitFloat), -FLT_MAX, FLT_MAX},
       {15, 0, 32, ivtDWord, TavDP::vstGeneric, u32, 0, 4294967295.0},
       {16, 0, 112, ivtString, TavDP::vstAscii, typeid(KnxConverter14ByteString), 0, 127},
       {16, 1, 112, ivtString, TavDP::vstLatin1, typeid(KnxConverter14ByteString), 0, 255},
@@ -119,36 +114,32 @@ TEST_F(TableTest, HoldsTheFiftyThreeRows) {
       {23, 0, 8, ivtByte, TavDP::vstGeneric, u8, 0, 255},
       {26, 0, 8, ivtByte, TavDP::vstGeneric, typeid(KnxConverterSceneInfo), -64, 64},
       {27, 0, 32, ivtDWord, TavDP::vstGeneric, u32, 0, 4294967295.0},
-      {232, 0, 24, ivtDWord, TavDP::vstGeneric, typeid(KnxConverterInteger24BitUnsigned), 0,
-       16777215},
+      {232, 0, 24, ivtDWord, TavDP::vstGeneric, typeid(KnxConverterInteger24BitUnsigned), 0, 16777215},
       {236, 0, 8, ivtByte, TavDP::vstGeneric, u8, 0, 255},
       {238, 0, 8, ivtByte, TavDP::vstGeneric, u8, 0, 255},
   };
   ASSERT_EQ(std::size(rows), 53u);
   for (const Row& r : rows) {
     SCOPED_TRACE(std::to_string(r.main) + "." + std::to_string(r.sub));
-    const DptValueEntry& e = converter.GetEntry(
-        Dpt(static_cast<std::uint16_t>(r.main), static_cast<std::uint16_t>(r.sub)));
+    const DptValueEntry& e = converter.GetEntry(Dpt(static_cast<std::uint16_t>(r.main), static_cast<std::uint16_t>(r.sub)));
     EXPECT_EQ(e.dpt.subNumber, r.sub);
     EXPECT_EQ(e.dpt.bitSize, r.bits);
     EXPECT_EQ(e.valueType, r.type);
     EXPECT_EQ(e.valueSubType, r.subType);
     ASSERT_TRUE(e.converter);
     EXPECT_EQ(typeid(*e.converter), r.cls);
-    const auto first =
-        FirstPairOf<KnxConverter4Bit, KnxConverter8BitString, KnxConverterByte8BitUnsigned,
-                    KnxConverterInteger8BitSigned, KnxConverterStatus8Bit,
-                    KnxConverterInteger16BitUnsigned, KnxConverterInteger16BitSigned,
-                    KnxConverterFloat16BitFloat, KnxConverterFloat32BitFloat,
-                    KnxConverterInteger24BitUnsigned, KnxConverterInteger32BitUnsigned,
-                    KnxConverterInteger32BitSigned, KnxConverter14ByteString,
-                    KnxConverterSceneNumber, KnxConverterSceneControl, KnxConverterSceneInfo>(
-            e.converter.get());
+    const auto first = FirstPairOf<KnxConverter4Bit, KnxConverter8BitString, KnxConverterByte8BitUnsigned,
+                                   KnxConverterInteger8BitSigned, KnxConverterStatus8Bit,
+                                   KnxConverterInteger16BitUnsigned, KnxConverterInteger16BitSigned,
+                                   KnxConverterFloat16BitFloat, KnxConverterFloat32BitFloat,
+                                   KnxConverterInteger24BitUnsigned, KnxConverterInteger32BitUnsigned,
+                                   KnxConverterInteger32BitSigned, KnxConverter14ByteString,
+                                   KnxConverterSceneNumber, KnxConverterSceneControl, KnxConverterSceneInfo>(
+        e.converter.get());
     EXPECT_DOUBLE_EQ(first.first, r.lower);
     EXPECT_DOUBLE_EQ(first.second, r.upper);
   }
-  const std::pair<KNXDPT, int> lookups[] = {
-      {Dpt(9, 9), 0}, {Dpt(5, 1), 0}, {Dpt(20, 5), 0}, {Dpt(232, 600), 0}};
+  const std::pair<KNXDPT, int> lookups[] = {{Dpt(9, 9), 0}, {Dpt(5, 1), 0}, {Dpt(20, 5), 0}, {Dpt(232, 600), 0}};
   for (const auto& l : lookups) {
     EXPECT_EQ(converter.GetEntry(l.first).dpt.subNumber, l.second) << l.first.mainNumber;
   }
@@ -177,57 +168,20 @@ TEST_F(TableTest, RoundTripsWithTheStandardsOctets) {
       {"8.001 -2", Dpt(8, 1), Bits(ivtInteger, 0xFFFFFFFE), {0xFF, 0xFE}, 16, ivtInteger},
       {"9.001 21.5", Dpt(9, 1), Real(21.5), {0x0C, 0x33}, 16, ivtFloat},
       {"9.001 -30", Dpt(9, 1), Real(-30.0), {0x8A, 0x24}, 16, ivtFloat},
-      {"10.001 Tue 13:45:07",
-       Dpt(10, 1),
-       Time(ivtTime, 0, 0, 0, 13, 45, 7, tuesday),
-       {0x4D, 0x2D, 0x07},
-       24,
-       ivtTime},
-      {"11.001 2023-02-28",
-       Dpt(11, 1),
-       Time(ivtDate, 2023, 2, 28, 0, 0, 0, tuesday),
-       {0x1C, 0x02, 0x17},
-       24,
-       ivtDate},
-      {"12.001 max",
-       Dpt(12, 1),
-       Bits(ivtDWord, 0xFFFFFFFF),
-       {0xFF, 0xFF, 0xFF, 0xFF},
-       32,
-       ivtDWord},
-      {"13.001 min",
-       Dpt(13, 1),
-       Bits(ivtInteger, 0x80000000),
-       {0x80, 0x00, 0x00, 0x00},
-       32,
-       ivtInteger},
+      {"10.001 Tue 13:45:07", Dpt(10, 1), Time(ivtTime, 0, 0, 0, 13, 45, 7, tuesday), {0x4D, 0x2D, 0x07}, 24, ivtTime},
+      {"11.001 2023-02-28", Dpt(11, 1), Time(ivtDate, 2023, 2, 28, 0, 0, 0, tuesday), {0x1C, 0x02, 0x17}, 24, ivtDate},
+      {"12.001 max", Dpt(12, 1), Bits(ivtDWord, 0xFFFFFFFF), {0xFF, 0xFF, 0xFF, 0xFF}, 32, ivtDWord},
+      {"13.001 min", Dpt(13, 1), Bits(ivtInteger, 0x80000000), {0x80, 0x00, 0x00, 0x00}, 32, ivtInteger},
       {"14.x 1.0", Dpt(14, 0), Real(1.0), {0x3F, 0x80, 0x00, 0x00}, 32, ivtFloat},
-      {"15.000 access",
-       Dpt(15, 0),
-       Bits(ivtDWord, 0x12345678),
-       {0x12, 0x34, 0x56, 0x78},
-       32,
-       ivtDWord},
-      {"16.000 ASCII",
-       Dpt(16, 0),
-       Text("KNX is OK"),
-       {0x4B, 0x4E, 0x58, 0x20, 0x69, 0x73, 0x20, 0x4F, 0x4B, 0, 0, 0, 0, 0},
-       112,
-       ivtString},
-      {"16.001 Latin-1",
-       Dpt(16, 1),
-       Text("Gr\xC3\xBC\xC3\x9F"
-            "e"),
+      {"15.000 access", Dpt(15, 0), Bits(ivtDWord, 0x12345678), {0x12, 0x34, 0x56, 0x78}, 32, ivtDWord},
+      {"16.000 ASCII", Dpt(16, 0), Text("KNX is OK"), {0x4B, 0x4E, 0x58, 0x20, 0x69, 0x73, 0x20, 0x4F, 0x4B, 0, 0, 0, 0, 0}, 112, ivtString},
+      {"16.001 Latin-1", Dpt(16, 1), Text("Gr\xC3\xBC\xC3\x9F"
+                                          "e"),
        {0x47, 0x72, 0xFC, 0xDF, 0x65, 0, 0, 0, 0, 0, 0, 0, 0, 0},
        112,
        ivtString},
       {"17.001 63", Dpt(17, 1), Bits(ivtInteger, 63), {0x3F}, 8, ivtByte},
-      {"19.001 2023-02-28 13:45:07",
-       Dpt(19, 1),
-       Time(ivtDateTime, 2023, 2, 28, 13, 45, 7, tuesday),
-       {0x7B, 0x02, 0x1C, 0x4D, 0x2D, 0x07, 0x20, 0x00},
-       64,
-       ivtDateTime},
+      {"19.001 2023-02-28 13:45:07", Dpt(19, 1), Time(ivtDateTime, 2023, 2, 28, 13, 45, 7, tuesday), {0x7B, 0x02, 0x1C, 0x4D, 0x2D, 0x07, 0x20, 0x00}, 64, ivtDateTime},
       {"20.102 4", Dpt(20, 102), Bits(ivtByte, 4), {0x04}, 8, ivtByte},
       {"21.001", Dpt(21, 1), Bits(ivtByte, 0x81), {0x81}, 8, ivtByte},
       {"23.001", Dpt(23, 1), Bits(ivtByte, 2), {0x02}, 8, ivtByte},
@@ -313,8 +267,7 @@ void ExpectRefusals(const std::vector<Refusal>& refusals) {
       result = converter->ToKnxValue(r.dpt, r.value, out);
       EXPECT_EQ(OctetsOf(out), Octets{0xEE}) << "a refused encode writes nothing";
     } else {
-      result = converter->FromKnxValue(
-          r.dpt, Group(r.received, static_cast<std::uint32_t>(8 * r.received.size())), value);
+      result = converter->FromKnxValue(r.dpt, Group(r.received, static_cast<std::uint32_t>(8 * r.received.size())), value);
     }
     EXPECT_FALSE(result);
     if (r.message[0] == '\0') {
@@ -329,368 +282,70 @@ TEST(Converters, RefuseWithExactlyOneEntry) {
   ExpectRefusals({
       {"1-bit byte value, silently", KnxConverter1Bit(), Dpt(1, 1), Bits(ivtByte, 1), {}, ""},
       {"1-bit wrong main, silently", KnxConverter1Bit(), Dpt(2, 1), Bits(ivtBool, 1), {0x01}, ""},
-      {"2-bit float",
-       KnxConverter2Bit(),
-       Dpt(2, 1),
-       Real(1),
-       {},
-       "Wrong tav value type (ivtByte) or DPT main number (2.x)!"},
-      {"2-bit main 1",
-       KnxConverter2Bit(),
-       Dpt(1, 1),
-       Bits(ivtByte, 1),
-       {0x01},
-       "Wrong DPT main number (2.x)!"},
-      {"4-bit 16",
-       KnxConverter4Bit(FloatIntegerRange(0, 15, -100.0, 100.0)),
-       Dpt(3, 7),
-       Bits(ivtByte, 16),
-       {},
-       "Value out of raw range [0..15]:16"},
-      {"4-bit float",
-       KnxConverter4Bit(FloatIntegerRange(0, 15, -100.0, 100.0)),
-       Dpt(3, 7),
-       Real(1),
-       {},
-       "Wrong tav value type (ivtByte) or DPT main number (3.x)!"},
-      {"4-bit main 5",
-       KnxConverter4Bit(FloatIntegerRange(0, 15, -100.0, 100.0)),
-       Dpt(5, 1),
-       Bits(ivtByte, 1),
-       {0x01},
-       "Wrong DPT main number (3.x)!"},
-      {"4.001 non-ASCII",
-       KnxConverter8BitString(IntegerRange(0, 127, 0, 127)),
-       Dpt(4, 1),
-       Text("\xC3\xBC"),
-       {},
-       "Value out of raw range [0..127] for DPT 4.001:\xC3\xBC"},
-      {"4.001 two characters",
-       KnxConverter8BitString(IntegerRange(0, 127, 0, 127)),
-       Dpt(4, 1),
-       Text("ab"),
-       {},
-       "Value out of raw range [0..127] for DPT 4.001:ab"},
-      {"4.001 integer",
-       KnxConverter8BitString(IntegerRange(0, 127, 0, 127)),
-       Dpt(4, 1),
-       Bits(ivtInteger, 65),
-       {},
-       "Wrong tav value type (ivtString) or DPT main number (4.x)!"},
-      {"4.001 octet 200",
-       KnxConverter8BitString(IntegerRange(0, 127, 0, 127)),
-       Dpt(4, 1),
-       TAVVALUE(),
-       {200},
-       "Value out of raw range [0..127] for DPT 4.001:200"},
-      {"4.x main 5",
-       KnxConverter8BitString(IntegerRange(0, 127, 0, 127)),
-       Dpt(5, 1),
-       TAVVALUE(),
-       {65},
-       "Wrong DPT main number (4.x)!"},
-      {"5.006 255",
-       KnxConverterByte8BitUnsigned(IntegerRange(0, 254, 0, 254)),
-       Dpt(5, 6),
-       Bits(ivtByte, 255),
-       {},
-       "Value out of raw range [0..254] for DPT 5.006:255"},
-      {"5.x integer",
-       KnxConverterByte8BitUnsigned(IntegerRange(0, 254, 0, 254)),
-       Dpt(5, 1),
-       Bits(ivtInteger, 1),
-       {},
-       "Wrong tav value type (ivtByte)!"},
-      {"5.006 receive 255",
-       KnxConverterByte8BitUnsigned(IntegerRange(0, 254, 0, 254)),
-       Dpt(5, 6),
-       TAVVALUE(),
-       {255},
-       "Value out of raw range IntegerRange(0, 254, 0, 254) for DPT 5.6; value was 255"},
-      {"6.x byte",
-       KnxConverterInteger8BitSigned(IntegerRange(-128, 127, -128, 127)),
-       Dpt(6, 1),
-       Bits(ivtByte, 1),
-       {},
-       "Wrong tav value type (ivtInteger) or DPT main number (6.x)!"},
-      {"6.020 mode 0 received",
-       KnxConverterStatus8Bit(IntegerRange(0, 255, 0, 255)),
-       Dpt(6, 20),
-       TAVVALUE(),
-       {0x00},
-       "The internal value of DPT=6.20, f=0 is out of the allowed range."},
-      {"6.020 float",
-       KnxConverterStatus8Bit(IntegerRange(0, 255, 0, 255)),
-       Dpt(1, 1),
-       Real(4),
-       {},
-       "Wrong tav value type (ivtByte) or DPT main number (6.020)!"},
-      {"6.020 main 5 received",
-       KnxConverterStatus8Bit(IntegerRange(0, 255, 0, 255)),
-       Dpt(5, 1),
-       TAVVALUE(),
-       {0x04},
-       "Wrong DPT main number (6.020)!"},
-      {"7.x float",
-       KnxConverterInteger16BitUnsigned(IntegerRange(0, 65535, 0, 65535)),
-       Dpt(9, 1),
-       Real(1),
-       {},
-       "Wrong DPT main number (7.x) or tav value type (ivtWord)!"},
-      {"7.x decoded as main 8",
-       KnxConverterInteger16BitUnsigned(IntegerRange(0, 65535, 0, 65535)),
-       Dpt(8, 1),
-       TAVVALUE(),
-       {0, 1},
-       "Wrong DPT main number (7.x)!"},
-      {"8.x float",
-       KnxConverterInteger16BitSigned(IntegerRange(-32768, 32767, -32768, 32767)),
-       Dpt(9, 1),
-       Real(1),
-       {},
-       "Wrong DPT main number (8.x) or tav value type (ivtInteger)!"},
-      {"8.x decoded as main 7",
-       KnxConverterInteger16BitSigned(IntegerRange(-32768, 32767, -32768, 32767)),
-       Dpt(7, 1),
-       TAVVALUE(),
-       {0, 1},
-       "Wrong DPT main number (8.x)!"},
-      {"12.x integer on main 12",
-       KnxConverterInteger32BitUnsigned(LongIntegerRange(0, 4294967295, 0, 4294967295)),
-       Dpt(12, 1),
-       Bits(ivtInteger, 1),
-       {},
-       "Wrong tav value type (ivtDWord)!"},
-      {"13.x float",
-       KnxConverterInteger32BitSigned(IntegerRange(INT32_MIN, INT32_MAX, INT32_MIN, INT32_MAX)),
-       Dpt(9, 1),
-       Real(1),
-       {},
-       "Wrong DPT main number (13.x) or tav value type (ivtInteger)!"},
-      {"13.x decoded as main 12",
-       KnxConverterInteger32BitSigned(IntegerRange(INT32_MIN, INT32_MAX, INT32_MIN, INT32_MAX)),
-       Dpt(12, 1),
-       TAVVALUE(),
-       {0, 0, 0, 1},
-       "Wrong DPT main number (13.x)!"},
-      {"9.004 -5 sent",
-       KnxConverterFloat16BitFloat(FloatRange(0.0, 670760.0, 0.0, 670760.0)),
-       Dpt(9, 4),
-       Real(-5.0),
-       {},
-       "The internal value of DPT=9.4, f=-5 is out of the allowed range."},
-      {"9.004 NaN sent",
-       KnxConverterFloat16BitFloat(FloatRange(0.0, 670760.0, 0.0, 670760.0)),
-       Dpt(9, 4),
-       Real(NAN),
-       {},
-       "The internal value of DPT=9.4, f=nan is out of the allowed range."},
-      {"9.x byte on 5.1",
-       KnxConverterFloat16BitFloat(FloatRange(0.0, 670760.0, 0.0, 670760.0)),
-       Dpt(5, 1),
-       Bits(ivtByte, 1),
-       {},
-       "Wrong DPT main number (9.x) or tav value type (ivtFloat)!"},
-      {"9.004 -5 received",
-       KnxConverterFloat16BitFloat(FloatRange(0.0, 670760.0, 0.0, 670760.0)),
-       Dpt(9, 4),
-       TAVVALUE(),
-       {0x86, 0x0C},
-       "The internal value of DPT=9.4, f=-5 is out of the allowed range."},
-      {"14.x byte",
-       KnxConverterFloat32BitFloat(FloatRange(-FLT_MAX, FLT_MAX, -FLT_MAX, FLT_MAX)),
-       Dpt(5, 1),
-       Bits(ivtByte, 1),
-       {},
-       "Wrong DPT main number (14.x) or tav value type (ivtFloat)!"},
-      {"14.x decoded as main 13",
-       KnxConverterFloat32BitFloat(FloatRange(-FLT_MAX, FLT_MAX, -FLT_MAX, FLT_MAX)),
-       Dpt(13, 1),
-       TAVVALUE(),
-       {0x3F, 0x80, 0, 0},
-       "Wrong DPT main number (14.x)!"},
-      {"16.x byte",
-       KnxConverter14ByteString(IntegerRange(0, 127, 0, 127)),
-       Dpt(16, 0),
-       Bits(ivtByte, 1),
-       {},
-       "Wrong DPT main number (16.x) or tav value type (ivtString)!"},
-      {"16.x decoded as main 4",
-       KnxConverter14ByteString(IntegerRange(0, 127, 0, 127)),
-       Dpt(4, 1),
-       TAVVALUE(),
-       {0x41},
-       "Wrong DPT main number (16.x)!"},
-      {"17.001 64",
-       KnxConverterSceneNumber(IntegerRange(0, 63, 0, 63)),
-       Dpt(17, 1),
-       Bits(ivtInteger, 64),
-       {},
-       "Scene number is out of range (>63) for SceneNumber: 64"},
-      {"17.x float on 9.2",
-       KnxConverterSceneNumber(IntegerRange(0, 63, 0, 63)),
-       Dpt(9, 2),
-       Real(1),
-       {},
-       "Wrong DPT main number (17.001) or tav value type (ivtByte)!"},
-      {"17.x decoded as 9.2",
-       KnxConverterSceneNumber(IntegerRange(0, 63, 0, 63)),
-       Dpt(9, 2),
-       TAVVALUE(),
-       {1},
-       "Wrong DPT main number (17.001)!"},
-      {"18.001 0x45",
-       KnxConverterSceneControl(IntegerRange(0, 63, 0, 63)),
-       Dpt(18, 1),
-       Bits(ivtByte, 0x45),
-       {},
-       "Scene number is out of range (>63) for SceneControl: 69"},
-      {"18.001 integer",
-       KnxConverterSceneControl(IntegerRange(0, 63, 0, 63)),
-       Dpt(18, 1),
-       Bits(ivtInteger, 5),
-       {},
-       "Wrong DPT for Scene number (18.001) or tav value type (ivtByte)."},
-      {"18.002 sent",
-       KnxConverterSceneControl(IntegerRange(0, 63, 0, 63)),
-       Dpt(18, 2),
-       Bits(ivtByte, 5),
-       {},
-       "Wrong DPT for Scene number (18.001) or tav value type (ivtByte)."},
-      {"18.002 received",
-       KnxConverterSceneControl(IntegerRange(0, 63, 0, 63)),
-       Dpt(18, 2),
-       TAVVALUE(),
-       {5},
-       "Wrong DPT for Scene number, only 18.001 is valid."},
-      {"18.001 reserved bit received",
-       KnxConverterSceneControl(IntegerRange(0, 63, 0, 63)),
-       Dpt(18, 1),
-       TAVVALUE(),
-       {0x40},
-       "Reserved bit is used for scene number in DPT scene control!"},
-      {"26.001 bit 7 sent",
-       KnxConverterSceneInfo(IntegerRange(-64, 64, 0, 255)),
-       Dpt(26, 1),
-       Bits(ivtByte, 0x80),
-       {},
-       "Reserved bit 8 is set for SceneInfo; skipped."},
-      {"26.002 sent",
-       KnxConverterSceneInfo(IntegerRange(-64, 64, 0, 255)),
-       Dpt(26, 2),
-       Bits(ivtByte, 1),
-       {},
-       "Wrong DPT for Scene number (26.001) or tav value type (ivtByte)."},
-      {"26.002 received",
-       KnxConverterSceneInfo(IntegerRange(-64, 64, 0, 255)),
-       Dpt(26, 2),
-       TAVVALUE(),
-       {1},
-       "Wrong DPT for Scene number, only 26.001 is valid."},
-      {"26.001 bit 7 received",
-       KnxConverterSceneInfo(IntegerRange(-64, 64, 0, 255)),
-       Dpt(26, 1),
-       TAVVALUE(),
-       {0x80},
-       "Reserved bit is used for scene number in DPT scene control!"},
-      {"10.x date value on 11.2",
-       KnxConverterTimeOfDay(),
-       Dpt(11, 2),
-       Typed(ivtDate),
-       {},
-       "Wrong DPT main number (10.001) or tav value type (ivtDayTime)!"},
-      {"10.x hour 24",
-       KnxConverterTimeOfDay(),
-       Dpt(10, 1),
-       Time(ivtTime, 0, 0, 0, 24, 0, 0, 0),
-       {},
-       "No valid TimeOfDay (10.001)!"},
-      {"10.x decoded as 11",
-       KnxConverterTimeOfDay(),
-       Dpt(11, 1),
-       TAVVALUE(),
-       {0, 0, 0},
-       "Wrong DPT main number (10.001)!"},
-      {"10.x reserved bits",
-       KnxConverterTimeOfDay(),
-       Dpt(10, 1),
-       TAVVALUE(),
-       {0x0D, 0x40, 0},
-       "No valid TimeOfDay datagram, reserved fields are not zero!"},
-      {"10.x minute 60",
-       KnxConverterTimeOfDay(),
-       Dpt(10, 1),
-       TAVVALUE(),
-       {0x0D, 60, 0},
-       "No valid TimeOfDay (10.001)!"},
-      {"11.x time value on 10.2",
-       KnxConverterDate(),
-       Dpt(10, 2),
-       Typed(ivtTime),
-       {},
-       "Wrong DPT main number (10.001) or tav value type (ivtDayTime)!"},
-      {"11.x 2023-02-29",
-       KnxConverterDate(),
-       Dpt(11, 1),
-       Time(ivtDate, 2023, 2, 29, 0, 0, 0, 0),
-       {},
-       "Cannot convert invalid date: year=2023, month=2, day=29"},
-      {"11.x 2090",
-       KnxConverterDate(),
-       Dpt(11, 1),
-       Time(ivtDate, 2090, 1, 1, 0, 0, 0, 0),
-       {},
-       "Cannot convert the date outside of the range [1990...2089]: year=2090, month=1, day=1"},
-      {"11.x decoded as 10",
-       KnxConverterDate(),
-       Dpt(10, 1),
-       TAVVALUE(),
-       {1, 1, 1},
-       "Wrong DPT main number (11.001)!"},
-      {"11.x reserved bits",
-       KnxConverterDate(),
-       Dpt(11, 1),
-       TAVVALUE(),
-       {0x21, 1, 1},
-       "No valid Date datagram, reserved fields are not zero!"},
-      {"11.x year octet 100",
-       KnxConverterDate(),
-       Dpt(11, 1),
-       TAVVALUE(),
-       {1, 1, 100},
-       "Cannot convert the date outside of the range [1990...2089]: year=2100, month=1, day=1"},
-      {"11.x 2023-02-29 received",
-       KnxConverterDate(),
-       Dpt(11, 1),
-       TAVVALUE(),
-       {29, 2, 23},
-       "Exception caught during conversion of date:Day of month is not valid for year"},
-      {"19.x 2023-02-29 sent",
-       KnxConverterDateTime(),
-       Dpt(19, 1),
-       Time(ivtDateTime, 2023, 2, 29, 1, 2, 3, 0),
-       {},
-       "Cannot convert invalid date and time: year=2023, month=2, day=29, hour=1, minute=2, "
-       "second=3"},
-      {"19.x fault flag",
-       KnxConverterDateTime(),
-       Dpt(19, 1),
-       TAVVALUE(),
-       {123, 2, 28, 13, 45, 7, 0xA0, 0},
-       "Cannot convert invalid date and time: year=2023, month=2, day=28, hour=13, minute=45, "
-       "second=7"},
-      {"19.x month 13",
-       KnxConverterDateTime(),
-       Dpt(19, 1),
-       TAVVALUE(),
-       {123, 13, 28, 13, 45, 7, 0x20, 0},
-       "Exception caught during conversion of date and time:Month number is out of range 1..12"},
+      {"2-bit float", KnxConverter2Bit(), Dpt(2, 1), Real(1), {}, "Wrong tav value type (ivtByte) or DPT main number (2.x)!"},
+      {"2-bit main 1", KnxConverter2Bit(), Dpt(1, 1), Bits(ivtByte, 1), {0x01}, "Wrong DPT main number (2.x)!"},
+      {"4-bit 16", KnxConverter4Bit(FloatIntegerRange(0, 15, -100.0, 100.0)), Dpt(3, 7), Bits(ivtByte, 16), {}, "Value out of raw range [0..15]:16"},
+      {"4-bit float", KnxConverter4Bit(FloatIntegerRange(0, 15, -100.0, 100.0)), Dpt(3, 7), Real(1), {}, "Wrong tav value type (ivtByte) or DPT main number (3.x)!"},
+      {"4-bit main 5", KnxConverter4Bit(FloatIntegerRange(0, 15, -100.0, 100.0)), Dpt(5, 1), Bits(ivtByte, 1), {0x01}, "Wrong DPT main number (3.x)!"},
+      {"4.001 non-ASCII", KnxConverter8BitString(IntegerRange(0, 127, 0, 127)), Dpt(4, 1), Text("\xC3\xBC"), {}, "Value out of raw range [0..127] for DPT 4.001:\xC3\xBC"},
+      {"4.001 two characters", KnxConverter8BitString(IntegerRange(0, 127, 0, 127)), Dpt(4, 1), Text("ab"), {}, "Value out of raw range [0..127] for DPT 4.001:ab"},
+      {"4.001 integer", KnxConverter8BitString(IntegerRange(0, 127, 0, 127)), Dpt(4, 1), Bits(ivtInteger, 65), {}, "Wrong tav value type (ivtString) or DPT main number (4.x)!"},
+      {"4.001 octet 200", KnxConverter8BitString(IntegerRange(0, 127, 0, 127)), Dpt(4, 1), TAVVALUE(), {200}, "Value out of raw range [0..127] for DPT 4.001:200"},
+      {"4.x main 5", KnxConverter8BitString(IntegerRange(0, 127, 0, 127)), Dpt(5, 1), TAVVALUE(), {65}, "Wrong DPT main number (4.x)!"},
+      {"5.006 255", KnxConverterByte8BitUnsigned(IntegerRange(0, 254, 0, 254)), Dpt(5, 6), Bits(ivtByte, 255), {}, "Value out of raw range [0..254] for DPT 5.006:255"},
+      {"5.x integer", KnxConverterByte8BitUnsigned(IntegerRange(0, 254, 0, 254)), Dpt(5, 1), Bits(ivtInteger, 1), {}, "Wrong tav value type (ivtByte)!"},
+      {"5.006 receive 255", KnxConverterByte8BitUnsigned(IntegerRange(0, 254, 0, 254)), Dpt(5, 6), TAVVALUE(), {255}, "Value out of raw range IntegerRange(0, 254, 0, 254) for DPT 5.6; value was 255"},
+      {"6.x byte", KnxConverterInteger8BitSigned(IntegerRange(-128, 127, -128, 127)), Dpt(6, 1), Bits(ivtByte, 1), {}, "Wrong tav value type (ivtInteger) or DPT main number (6.x)!"},
+      {"6.020 mode 0 received", KnxConverterStatus8Bit(IntegerRange(0, 255, 0, 255)), Dpt(6, 20), TAVVALUE(), {0x00}, "The internal value of DPT=6.20, f=0 is out of the allowed range."},
+      {"6.020 float", KnxConverterStatus8Bit(IntegerRange(0, 255, 0, 255)), Dpt(1, 1), Real(4), {}, "Wrong tav value type (ivtByte) or DPT main number (6.020)!"},
+      {"6.020 main 5 received", KnxConverterStatus8Bit(IntegerRange(0, 255, 0, 255)), Dpt(5, 1), TAVVALUE(), {0x04}, "Wrong DPT main number (6.020)!"},
+      {"7.x float", KnxConverterInteger16BitUnsigned(IntegerRange(0, 65535, 0, 65535)), Dpt(9, 1), Real(1), {}, "Wrong DPT main number (7.x) or tav value type (ivtWord)!"},
+      {"7.x decoded as main 8", KnxConverterInteger16BitUnsigned(IntegerRange(0, 65535, 0, 65535)), Dpt(8, 1), TAVVALUE(), {0, 1}, "Wrong DPT main number (7.x)!"},
+      {"8.x float", KnxConverterInteger16BitSigned(IntegerRange(-32768, 32767, -32768, 32767)), Dpt(9, 1), Real(1), {}, "Wrong DPT main number (8.x) or tav value type (ivtInteger)!"},
+      {"8.x decoded as main 7", KnxConverterInteger16BitSigned(IntegerRange(-32768, 32767, -32768, 32767)), Dpt(7, 1), TAVVALUE(), {0, 1}, "Wrong DPT main number (8.x)!"},
+      {"12.x integer on main 12", KnxConverterInteger32BitUnsigned(LongIntegerRange(0, 4294967295, 0, 4294967295)), Dpt(12, 1), Bits(ivtInteger, 1), {}, "Wrong tav value type (ivtDWord)!"},
+      {"13.x float", KnxConverterInteger32BitSigned(IntegerRange(INT32_MIN, INT32_MAX, INT32_MIN, INT32_MAX)), Dpt(9, 1), Real(1), {}, "Wrong DPT main number (13.x) or tav value type (ivtInteger)!"},
+      {"13.x decoded as main 12", KnxConverterInteger32BitSigned(IntegerRange(INT32_MIN, INT32_MAX, INT32_MIN, INT32_MAX)), Dpt(12, 1), TAVVALUE(), {0, 0, 0, 1}, "Wrong DPT main number (13.x)!"},
+      {"9.004 -5 sent", KnxConverterFloat16BitFloat(FloatRange(0.0, 670760.0, 0.0, 670760.0)), Dpt(9, 4), Real(-5.0), {}, "The internal value of DPT=9.4, f=-5 is out of the allowed range."},
+      {"9.004 NaN sent", KnxConverterFloat16BitFloat(FloatRange(0.0, 670760.0, 0.0, 670760.0)), Dpt(9, 4), Real(NAN), {}, "The internal value of DPT=9.4, f=nan is out of the allowed range."},
+      {"9.x byte on 5.1", KnxConverterFloat16BitFloat(FloatRange(0.0, 670760.0, 0.0, 670760.0)), Dpt(5, 1), Bits(ivtByte, 1), {}, "Wrong DPT main number (9.x) or tav value type (ivtFloat)!"},
+      {"9.004 -5 received", KnxConverterFloat16BitFloat(FloatRange(0.0, 670760.0, 0.0, 670760.0)), Dpt(9, 4), TAVVALUE(), {0x86, 0x0C}, "The internal value of DPT=9.4, f=-5 is out of the allowed range."},
+      {"14.x byte", KnxConverterFloat32BitFloat(FloatRange(-FLT_MAX, FLT_MAX, -FLT_MAX, FLT_MAX)), Dpt(5, 1), Bits(ivtByte, 1), {}, "Wrong DPT main number (14.x) or tav value type (ivtFloat)!"},
+      {"14.x decoded as main 13", KnxConverterFloat32BitFloat(FloatRange(-FLT_MAX, FLT_MAX, -FLT_MAX, FLT_MAX)), Dpt(13, 1), TAVVALUE(), {0x3F, 0x80, 0, 0}, "Wrong DPT main number (14.x)!"},
+      {"16.x byte", KnxConverter14ByteString(IntegerRange(0, 127, 0, 127)), Dpt(16, 0), Bits(ivtByte, 1), {}, "Wrong DPT main number (16.x) or tav value type (ivtString)!"},
+      {"16.x decoded as main 4", KnxConverter14ByteString(IntegerRange(0, 127, 0, 127)), Dpt(4, 1), TAVVALUE(), {0x41}, "Wrong DPT main number (16.x)!"},
+      {"17.001 64", KnxConverterSceneNumber(IntegerRange(0, 63, 0, 63)), Dpt(17, 1), Bits(ivtInteger, 64), {}, "Scene number is out of range (>63) for SceneNumber: 64"},
+      {"17.x float on 9.2", KnxConverterSceneNumber(IntegerRange(0, 63, 0, 63)), Dpt(9, 2), Real(1), {}, "Wrong DPT main number (17.001) or tav value type (ivtByte)!"},
+      {"17.x decoded as 9.2", KnxConverterSceneNumber(IntegerRange(0, 63, 0, 63)), Dpt(9, 2), TAVVALUE(), {1}, "Wrong DPT main number (17.001)!"},
+      {"18.001 0x45", KnxConverterSceneControl(IntegerRange(0, 63, 0, 63)), Dpt(18, 1), Bits(ivtByte, 0x45), {}, "Scene number is out of range (>63) for SceneControl: 69"},
+      {"18.001 integer", KnxConverterSceneControl(IntegerRange(0, 63, 0, 63)), Dpt(18, 1), Bits(ivtInteger, 5), {}, "Wrong DPT for Scene number (18.001) or tav value type (ivtByte)."},
+      {"18.002 sent", KnxConverterSceneControl(IntegerRange(0, 63, 0, 63)), Dpt(18, 2), Bits(ivtByte, 5), {}, "Wrong DPT for Scene number (18.001) or tav value type (ivtByte)."},
+      {"18.002 received", KnxConverterSceneControl(IntegerRange(0, 63, 0, 63)), Dpt(18, 2), TAVVALUE(), {5}, "Wrong DPT for Scene number, only 18.001 is valid."},
+      {"18.001 reserved bit received", KnxConverterSceneControl(IntegerRange(0, 63, 0, 63)), Dpt(18, 1), TAVVALUE(), {0x40}, "Reserved bit is used for scene number in DPT scene control!"},
+      {"26.001 bit 7 sent", KnxConverterSceneInfo(IntegerRange(-64, 64, 0, 255)), Dpt(26, 1), Bits(ivtByte, 0x80), {}, "Reserved bit 8 is set for SceneInfo; skipped."},
+      {"26.002 sent", KnxConverterSceneInfo(IntegerRange(-64, 64, 0, 255)), Dpt(26, 2), Bits(ivtByte, 1), {}, "Wrong DPT for Scene number (26.001) or tav value type (ivtByte)."},
+      {"26.002 received", KnxConverterSceneInfo(IntegerRange(-64, 64, 0, 255)), Dpt(26, 2), TAVVALUE(), {1}, "Wrong DPT for Scene number, only 26.001 is valid."},
+      {"26.001 bit 7 received", KnxConverterSceneInfo(IntegerRange(-64, 64, 0, 255)), Dpt(26, 1), TAVVALUE(), {0x80}, "Reserved bit is used for scene number in DPT scene control!"},
+      {"10.x date value on 11.2", KnxConverterTimeOfDay(), Dpt(11, 2), Typed(ivtDate), {}, "Wrong DPT main number (10.001) or tav value type (ivtDayTime)!"},
+      {"10.x hour 24", KnxConverterTimeOfDay(), Dpt(10, 1), Time(ivtTime, 0, 0, 0, 24, 0, 0, 0), {}, "No valid TimeOfDay (10.001)!"},
+      {"10.x decoded as 11", KnxConverterTimeOfDay(), Dpt(11, 1), TAVVALUE(), {0, 0, 0}, "Wrong DPT main number (10.001)!"},
+      {"10.x reserved bits", KnxConverterTimeOfDay(), Dpt(10, 1), TAVVALUE(), {0x0D, 0x40, 0}, "No valid TimeOfDay datagram, reserved fields are not zero!"},
+      {"10.x minute 60", KnxConverterTimeOfDay(), Dpt(10, 1), TAVVALUE(), {0x0D, 60, 0}, "No valid TimeOfDay (10.001)!"},
+      {"11.x time value on 10.2", KnxConverterDate(), Dpt(10, 2), Typed(ivtTime), {}, "Wrong DPT main number (10.001) or tav value type (ivtDayTime)!"},
+      {"11.x 2023-02-29", KnxConverterDate(), Dpt(11, 1), Time(ivtDate, 2023, 2, 29, 0, 0, 0, 0), {}, "Cannot convert invalid date: year=2023, month=2, day=29"},
+      {"11.x 2090", KnxConverterDate(), Dpt(11, 1), Time(ivtDate, 2090, 1, 1, 0, 0, 0, 0), {}, "Cannot convert the date outside of the range [1990...2089]: year=2090, month=1, day=1"},
+      {"11.x decoded as 10", KnxConverterDate(), Dpt(10, 1), TAVVALUE(), {1, 1, 1}, "Wrong DPT main number (11.001)!"},
+      {"11.x reserved bits", KnxConverterDate(), Dpt(11, 1), TAVVALUE(), {0x21, 1, 1}, "No valid Date datagram, reserved fields are not zero!"},
+      {"11.x year octet 100", KnxConverterDate(), Dpt(11, 1), TAVVALUE(), {1, 1, 100}, "Cannot convert the date outside of the range [1990...2089]: year=2100, month=1, day=1"},
+      {"11.x 2023-02-29 received", KnxConverterDate(), Dpt(11, 1), TAVVALUE(), {29, 2, 23}, "Exception caught during conversion of date:Day of month is not valid for year"},
+      {"19.x 2023-02-29 sent", KnxConverterDateTime(), Dpt(19, 1), Time(ivtDateTime, 2023, 2, 29, 1, 2, 3, 0), {}, "Cannot convert invalid date and time: year=2023, month=2, day=29, hour=1, minute=2, second=3"},
+      {"19.x fault flag", KnxConverterDateTime(), Dpt(19, 1), TAVVALUE(), {123, 2, 28, 13, 45, 7, 0xA0, 0}, "Cannot convert invalid date and time: year=2023, month=2, day=28, hour=13, minute=45, second=7"},
+      {"19.x month 13", KnxConverterDateTime(), Dpt(19, 1), TAVVALUE(), {123, 13, 28, 13, 45, 7, 0x20, 0}, "Exception caught during conversion of date and time:Month number is out of range 1..12"},
   });
 }
 
 // Encodes `value` with `converter` into a fresh group value.
-std::pair<bool, KnxStack::GroupValue> Encode(const KnxConverter& prototype, KNXDPT dpt,
-                                             const TAVVALUE& value) {
+std::pair<bool, KnxStack::GroupValue> Encode(const KnxConverter& prototype, KNXDPT dpt, const TAVVALUE& value) {
   const std::unique_ptr<KnxConverter> converter(prototype.Clone());
   KnxStack::GroupValue group;
   const bool ok = converter->ToKnxValue(dpt, value, group);
@@ -733,8 +388,7 @@ TEST(Converters, DeliberateQuirksAreKept) {
   EXPECT_TRUE(KnxConverter2Bit().FromKnxValue(Dpt(2, 1), Group({0x02}, 2), decoded));
   EXPECT_EQ(decoded.ivt, ivtByte);
   decoded = Typed(ivtFloat);
-  EXPECT_TRUE(
-      KnxConverter4Bit(FloatIntegerRange()).FromKnxValue(Dpt(3, 7), Group({0x0B}, 4), decoded));
+  EXPECT_TRUE(KnxConverter4Bit(FloatIntegerRange()).FromKnxValue(Dpt(3, 7), Group({0x0B}, 4), decoded));
   EXPECT_EQ(decoded.ivt, ivtFloat);  // left as the caller set it
   EXPECT_EQ(decoded.GetByte(), 0x0B);
 
@@ -745,55 +399,39 @@ TEST(Converters, DeliberateQuirksAreKept) {
   EXPECT_EQ(OctetsOf(refused.second), Octets{0x03});
   EXPECT_TRUE(Encode(KnxConverterStatus8Bit(status), Dpt(1, 1), Bits(ivtByte, 0x04)).first);
   // Low octet / low 16 bits, no range test.
-  EXPECT_EQ(
-      OctetsOf(
-          Encode(KnxConverterInteger8BitSigned(status), Dpt(6, 10), Bits(ivtInteger, 300)).second),
-      Octets{44});
-  EXPECT_EQ(
-      OctetsOf(Encode(KnxConverterInteger16BitUnsigned(status), Dpt(7, 1), Bits(ivtInteger, 70000))
-                   .second),
-      (Octets{0x11, 0x70}));
-  EXPECT_EQ(
-      OctetsOf(Encode(KnxConverterInteger16BitSigned(status), Dpt(8, 1), Bits(ivtInteger, 40000))
-                   .second),
-      (Octets{0x9C, 0x40}));
+  EXPECT_EQ(OctetsOf(Encode(KnxConverterInteger8BitSigned(status), Dpt(6, 10), Bits(ivtInteger, 300)).second), Octets{44});
+  EXPECT_EQ(OctetsOf(Encode(KnxConverterInteger16BitUnsigned(status), Dpt(7, 1), Bits(ivtInteger, 70000)).second),
+            (Octets{0x11, 0x70}));
+  EXPECT_EQ(OctetsOf(Encode(KnxConverterInteger16BitSigned(status), Dpt(8, 1), Bits(ivtInteger, 40000)).second),
+            (Octets{0x9C, 0x40}));
 
   const FloatRange celsius(-273.0, 670760.0, -273.0, 670760.0);
   // 9.x: "no value" both ways; a float is accepted on any DPT by its type alone.
-  EXPECT_EQ(
-      OctetsOf(Encode(KnxConverterFloat16BitFloat(celsius), Dpt(9, 1), Typed(ivtNone)).second),
-      (Octets{0x7F, 0xFF}));
-  EXPECT_EQ(OctetsOf(Encode(KnxConverterFloat16BitFloat(celsius), Dpt(5, 1), Real(21.5)).second),
-            (Octets{0x0C, 0x33}));
+  EXPECT_EQ(OctetsOf(Encode(KnxConverterFloat16BitFloat(celsius), Dpt(9, 1), Typed(ivtNone)).second), (Octets{0x7F, 0xFF}));
+  EXPECT_EQ(OctetsOf(Encode(KnxConverterFloat16BitFloat(celsius), Dpt(5, 1), Real(21.5)).second), (Octets{0x0C, 0x33}));
   decoded = Real(1.5);
-  EXPECT_TRUE(KnxConverterFloat16BitFloat(celsius).FromKnxValue(Dpt(9, 1), Group({0x7F, 0xFF}, 16),
-                                                                decoded));
+  EXPECT_TRUE(KnxConverterFloat16BitFloat(celsius).FromKnxValue(Dpt(9, 1), Group({0x7F, 0xFF}, 16), decoded));
   EXPECT_EQ(decoded.ivt, ivtNone);
   EXPECT_EQ(decoded.GetDouble(), 1.5);
   // A refused received float stays stored.
   decoded = Typed(ivtFloat);
-  EXPECT_FALSE(KnxConverterFloat16BitFloat(FloatRange(0, 1, 0, 1))
-                   .FromKnxValue(Dpt(9, 4), Group({0x86, 0x0C}, 16), decoded));
+  EXPECT_FALSE(KnxConverterFloat16BitFloat(FloatRange(0, 1, 0, 1)).FromKnxValue(Dpt(9, 4), Group({0x86, 0x0C}, 16), decoded));
   EXPECT_EQ(decoded.GetDouble(), -5.0);
 
   // 14.x: NaN is "no value"; no range test when encoding.
   KnxConverterFloat32BitFloat f32(FloatRange(-FLT_MAX, FLT_MAX, -FLT_MAX, FLT_MAX));
   EXPECT_EQ(OctetsOf(Encode(f32, Dpt(14, 0), Typed(ivtNone)).second), (Octets{0x7F, 0xC0, 0, 0}));
   EXPECT_EQ(OctetsOf(Encode(f32, Dpt(14, 0), Real(1.0e39)).second), (Octets{0x7F, 0x80, 0, 0}));
-  EXPECT_EQ(OctetsOf(Encode(f32, Dpt(14, 0), Real(-3.4028235e38)).second),
-            (Octets{0xFF, 0x7F, 0xFF, 0xFF}));
+  EXPECT_EQ(OctetsOf(Encode(f32, Dpt(14, 0), Real(-3.4028235e38)).second), (Octets{0xFF, 0x7F, 0xFF, 0xFF}));
   EXPECT_TRUE(f32.FromKnxValue(Dpt(14, 0), Group({0x7F, 0xC0, 0, 0}, 32), decoded));
   EXPECT_EQ(decoded.ivt, ivtNone);
 
   // Scenes: a refused received number stays stored; the learn bit passes.
   decoded = Typed(ivtInteger);
-  EXPECT_FALSE(KnxConverterSceneNumber(IntegerRange(0, 63, 0, 63))
-                   .FromKnxValue(Dpt(17, 1), Group({70}, 8), decoded));
+  EXPECT_FALSE(KnxConverterSceneNumber(IntegerRange(0, 63, 0, 63)).FromKnxValue(Dpt(17, 1), Group({70}, 8), decoded));
   EXPECT_EQ(decoded.GetInteger(), 70);
   EXPECT_EQ(decoded.ivt, ivtInteger);
-  EXPECT_EQ(
-      OctetsOf(Encode(KnxConverterSceneControl(status), Dpt(18, 1), Bits(ivtByte, 0x85)).second),
-      Octets{0x85});
+  EXPECT_EQ(OctetsOf(Encode(KnxConverterSceneControl(status), Dpt(18, 1), Bits(ivtByte, 0x85)).second), Octets{0x85});
 
   // 12.x accepts the whole 32-bit span.
   KnxConverterInteger32BitUnsigned u32(LongIntegerRange(0, 4294967295, 0, 4294967295));
@@ -802,19 +440,13 @@ TEST(Converters, DeliberateQuirksAreKept) {
   }
   // 16.x: characters the DPT cannot carry become "_", logged at WARN; 4.x NUL is the empty text.
   log.Clear();
-  EXPECT_EQ(OctetsOf(Encode(KnxConverter14ByteString(IntegerRange(0, 127, 0, 127)), Dpt(16, 0),
-                            Text("a\xC3\xBC\xFF"))
-                         .second),
+  EXPECT_EQ(OctetsOf(Encode(KnxConverter14ByteString(IntegerRange(0, 127, 0, 127)), Dpt(16, 0), Text("a\xC3\xBC\xFF")).second),
             (Octets{'a', '_', '_', 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
   EXPECT_TRUE(log.Equals({Warn("Invalid characters for DPT 16.0 has been replaced with _.")}));
   decoded = TAVVALUE();
-  EXPECT_TRUE(KnxConverter8BitString(IntegerRange(0, 127, 0, 127))
-                  .FromKnxValue(Dpt(4, 1), Group({0}, 8), decoded));
+  EXPECT_TRUE(KnxConverter8BitString(IntegerRange(0, 127, 0, 127)).FromKnxValue(Dpt(4, 1), Group({0}, 8), decoded));
   EXPECT_EQ(decoded.GetString(), "");
-  EXPECT_EQ(
-      OctetsOf(
-          Encode(KnxConverter8BitString(IntegerRange(0, 127, 0, 127)), Dpt(4, 1), Text("")).second),
-      Octets{0});
+  EXPECT_EQ(OctetsOf(Encode(KnxConverter8BitString(IntegerRange(0, 127, 0, 127)), Dpt(4, 1), Text("")).second), Octets{0});
 }
 
 // 14-octet text, table path: every invalid UTF-8 sequence is one "_" (as
@@ -846,14 +478,12 @@ TEST(Converters, TextEncodingReplacesPerSequenceAndCutsAt14) {
       {"euro beyond Latin-1", "1\xE2\x82\xAC", 255, "1_", true},
       {"umlaut beyond ASCII", umlaut, 127, "_", true},
       {"20 umlauts cut at 14", twenty, 255, std::string(14, '\xE4'), false},
-      {"replacement beyond the cut", std::string(14, 'x') + "\xFF", 255, std::string(14, 'x'),
-       true},
+      {"replacement beyond the cut", std::string(14, 'x') + "\xFF", 255, std::string(14, 'x'), true},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.label);
     LogCapture log(log4cplus::WARN_LOG_LEVEL);
-    const auto encoded = Encode(KnxConverter14ByteString(IntegerRange(0, c.upper, 0, c.upper)),
-                                Dpt(16, 1), Text(c.text));
+    const auto encoded = Encode(KnxConverter14ByteString(IntegerRange(0, c.upper, 0, c.upper)), Dpt(16, 1), Text(c.text));
     ASSERT_TRUE(encoded.first);
     std::string expected = c.octets;
     expected.resize(14, '\0');
@@ -865,31 +495,25 @@ TEST(Converters, TextEncodingReplacesPerSequenceAndCutsAt14) {
 TEST(Converters, SignedScalingRoundsHalfAwayFromZero) {
   // Raw 0..100 against 0..1000: the application value is ten times the raw one.
   KnxConverterInteger32BitSigned scaled(IntegerRange(0, 100, 0, 1000));
-  EXPECT_EQ(OctetsOf(Encode(scaled, Dpt(13, 1), Bits(ivtInteger, 15)).second),
-            (Octets{0, 0, 0, 2}));
-  EXPECT_EQ(OctetsOf(Encode(scaled, Dpt(13, 1), Bits(ivtInteger, 14)).second),
-            (Octets{0, 0, 0, 1}));
+  EXPECT_EQ(OctetsOf(Encode(scaled, Dpt(13, 1), Bits(ivtInteger, 15)).second), (Octets{0, 0, 0, 2}));
+  EXPECT_EQ(OctetsOf(Encode(scaled, Dpt(13, 1), Bits(ivtInteger, 14)).second), (Octets{0, 0, 0, 1}));
   TAVVALUE decoded;
   EXPECT_TRUE(scaled.FromKnxValue(Dpt(13, 1), Group({0, 0, 0, 7}, 32), decoded));
   EXPECT_EQ(decoded.GetInteger(), 70);
   LogCapture log;
   KnxStack::GroupValue out;
   EXPECT_FALSE(scaled.ToKnxValue(Dpt(13, 1), Bits(ivtInteger, 101), out));
-  EXPECT_TRUE(log.EqualsIgnoringDebug(
-      {Error("The internal value of DPT=13.1, ivt=4 is out of range: 101")}));
+  EXPECT_TRUE(log.EqualsIgnoringDebug({Error("The internal value of DPT=13.1, ivt=4 is out of range: 101")}));
 }
 
 TEST(Converters, DateTimeFlags) {
   KnxConverterDateTime dateTime;
-  TAVVALUE summer = Time(ivtDateTime, 2024, 7, 1, 8, 0, 0,
-                         TavWeekDays::WEEK_DAY_MONDAY | TavWeekDays::WEEK_DAY_TUESDAY);
+  TAVVALUE summer = Time(ivtDateTime, 2024, 7, 1, 8, 0, 0, TavWeekDays::WEEK_DAY_MONDAY | TavWeekDays::WEEK_DAY_TUESDAY);
   summer.GetTime().dst = true;
   // Several weekdays: no day of week (NDoW); daylight saving: SUTI.
-  EXPECT_EQ(OctetsOf(Encode(dateTime, Dpt(19, 1), summer).second),
-            (Octets{124, 7, 1, 8, 0, 0, 0x25, 0}));
+  EXPECT_EQ(OctetsOf(Encode(dateTime, Dpt(19, 1), summer).second), (Octets{124, 7, 1, 8, 0, 0, 0x25, 0}));
   TAVVALUE decoded;
-  ASSERT_TRUE(
-      dateTime.FromKnxValue(Dpt(19, 1), Group({124, 7, 1, 0x28, 0, 0, 0x21, 0x80}, 64), decoded));
+  ASSERT_TRUE(dateTime.FromKnxValue(Dpt(19, 1), Group({124, 7, 1, 0x28, 0, 0, 0x21, 0x80}, 64), decoded));
   EXPECT_EQ(decoded.GetTime().weekDays, TavWeekDays::WEEK_DAY_MONDAY);
   EXPECT_TRUE(decoded.GetTime().dst);
   EXPECT_EQ(decoded.GetTime().hour, 8);
@@ -901,15 +525,12 @@ TEST(Converters, DateTimeEndOfDay) {
   KnxConverterDateTime dateTime;
   TAVVALUE decoded;
   // Sunday 2024-12-31 24:00:00 (weekday 7, hour 24) is Monday 2025-01-01 00:00:00.
-  ASSERT_TRUE(
-      dateTime.FromKnxValue(Dpt(19, 1), Group({124, 12, 31, 0xF8, 0, 0, 0x20, 0}, 64), decoded));
+  ASSERT_TRUE(dateTime.FromKnxValue(Dpt(19, 1), Group({124, 12, 31, 0xF8, 0, 0, 0x20, 0}, 64), decoded));
   const TAVTIME& t = decoded.GetTime();
-  EXPECT_EQ(std::make_tuple(t.year, unsigned{t.month}, unsigned{t.day}, unsigned{t.hour}),
-            std::make_tuple(2025, 1u, 1u, 0u));
+  EXPECT_EQ(std::make_tuple(t.year, unsigned{t.month}, unsigned{t.day}, unsigned{t.hour}), std::make_tuple(2025, 1u, 1u, 0u));
   EXPECT_EQ(t.weekDays, TavWeekDays::WEEK_DAY_MONDAY);
   LogCapture log;
-  EXPECT_FALSE(
-      dateTime.FromKnxValue(Dpt(19, 1), Group({124, 12, 31, 0x18, 30, 0, 0x20, 0}, 64), decoded));
+  EXPECT_FALSE(dateTime.FromKnxValue(Dpt(19, 1), Group({124, 12, 31, 0x18, 30, 0, 0x20, 0}, 64), decoded));
   EXPECT_EQ(log.EntriesAtLeast(log4cplus::ERROR_LOG_LEVEL).size(), 1u);
 }
 
@@ -919,8 +540,7 @@ TEST(Ranges, ScaleFactorsAndTheirFailures) {
   EXPECT_DOUBLE_EQ(IntegerRange(255, 0, 0, 100).m_scaleFactor, -100.0 / 255);
   EXPECT_DOUBLE_EQ(IntegerRange(INT32_MIN, INT32_MAX, 0, 1).m_scaleFactor, 1.0 / 4294967295.0);
   EXPECT_DOUBLE_EQ(LongIntegerRange(0, 4294967295, 0, 4294967295).m_scaleFactor, 1.0);
-  EXPECT_DOUBLE_EQ(FloatRange(10.0, 0.0, 0.0, 5.0).m_scaleFactor,
-                   0.5);  // positive despite the order
+  EXPECT_DOUBLE_EQ(FloatRange(10.0, 0.0, 0.0, 5.0).m_scaleFactor, 0.5);  // positive despite the order
   EXPECT_DOUBLE_EQ(FloatIntegerRange(0, 15, -100.0, 100.0).m_scaleFactor, 0.075);
   EXPECT_DOUBLE_EQ(FloatIntegerRange(15, 0, -100.0, 100.0).m_scaleFactor, -0.075);
   EXPECT_TRUE(log.Empty());
@@ -929,8 +549,7 @@ TEST(Ranges, ScaleFactorsAndTheirFailures) {
   EXPECT_EQ(LongIntegerRange(0, 1, 7, 7).m_scaleFactor, 1.0);
   EXPECT_EQ(FloatIntegerRange(0, 1, 2.0, 2.0).m_scaleFactor, 1.0);
   EXPECT_EQ(FloatIntegerRange(3, 3, 0.0, 1.0).m_scaleFactor, 1.0);
-  EXPECT_EQ(FloatIntegerRange(0, 1, -1e308, 1e308).m_scaleFactor,
-            1.0);  // the span overflows to infinity
+  EXPECT_EQ(FloatIntegerRange(0, 1, -1e308, 1e308).m_scaleFactor, 1.0);  // the span overflows to infinity
   EXPECT_EQ(FloatRange(1.0, 1.0, 0.0, 1.0).m_scaleFactor, 1.0);
   EXPECT_EQ(FloatRange(0.0, 1.0, 4.0, 4.0).m_scaleFactor, 1.0);
   EXPECT_EQ(FloatRange(0.0, 1e300, 0.0, 1e-300).m_scaleFactor, 1.0);  // the factor underflows to 0
@@ -939,12 +558,10 @@ TEST(Ranges, ScaleFactorsAndTheirFailures) {
       Error("Failed to calculate the scale factor because of invalid external range [7, 7]."),
       Error("Failed to calculate the scale factor because of invalid double range [2, 2]."),
       Error("Failed to calculate the scale factor because of invalid integer range [3, 3]."),
-      Error("Failed to calculate the scale factor because of invalid double range [-1e+308, "
-            "1e+308] or because invalid integer range [0, 1]."),
+      Error("Failed to calculate the scale factor because of invalid double range [-1e+308, 1e+308] or because invalid integer range [0, 1]."),
       Error("Failed to calculate the scale factor because of invalid double range [1, 1]."),
       Error("Failed to calculate the scale factor because of invalid external range [4, 4]."),
-      Error("Failed to calculate the scale factor because of invalid double range [0, 1e+300] or "
-            "because invalid external range [0, 1e-300]."),
+      Error("Failed to calculate the scale factor because of invalid double range [0, 1e+300] or because invalid external range [0, 1e-300]."),
   }));
   EXPECT_EQ(log.Entries()[0].function, "void Zel::IntegerRange::CalculateScaleFactor()");
 }
@@ -952,8 +569,7 @@ TEST(Ranges, ScaleFactorsAndTheirFailures) {
 TEST(Ranges, TextFormsAndClones) {
   EXPECT_EQ(ToString(IntegerRange(-64, 64, 0, 255)), "IntegerRange(-64, 64, 0, 255)");
   EXPECT_EQ(ToString(LongIntegerRange(0, 4294967295, 0, 1)), "IntegerRange(0, 4294967295, 0, 1)");
-  EXPECT_EQ(ToString(FloatIntegerRange(0, 15, -100.0, 100.0)),
-            "FloatIntegerRange(-100, 100, 0, 15)");
+  EXPECT_EQ(ToString(FloatIntegerRange(0, 15, -100.0, 100.0)), "FloatIntegerRange(-100, 100, 0, 15)");
   EXPECT_EQ(ToString(FloatRange(-273.0, 670760.0, 0.5, 1.0)), "FloatRange(-273, 670760, 0.5, 1)");
   const KnxConverter4Bit original(FloatIntegerRange(0, 15, -100.0, 100.0));
   const std::unique_ptr<KnxConverter> clone(original.Clone());

@@ -28,8 +28,7 @@ TEST(KnxStrings, Latin1OctetsRoundTripAndOtherCharactersBecomeQuestionMarks) {
 
 TEST(KnxStrings, CreateRefusesInvalidUtf8) {
   EXPECT_EQ(UTF8String::Create("gr\xC3\xBC\xC3\x9F")->str(), "gr\xC3\xBC\xC3\x9F");
-  for (const char* text :
-       {"\xFF", "a\xC3", "\xC0\xAF", "\xED\xA0\x80", "\xF4\x90\x80\x80", "\x80", "\xE2\x82"}) {
+  for (const char* text : {"\xFF", "a\xC3", "\xC0\xAF", "\xED\xA0\x80", "\xF4\x90\x80\x80", "\x80", "\xE2\x82"}) {
     EXPECT_FALSE(UTF8String::Create(text)) << text;
   }
 }

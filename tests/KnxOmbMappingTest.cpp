@@ -96,9 +96,7 @@ bool InRanges(Id id, Id from, std::initializer_list<std::pair<Id, Id>> ranges) {
 
 TEST(KnxOmbMapping, PredicatesAcceptExactlyTheirRangesUpTo400000) {
   for (Id id = 0; id <= 400000; ++id) {
-    const bool parameter = InRanges(
-        id, 160000,
-        {{2, 201}, {10002, 10401}, {20000, 21001}, {60002, 60201}, {70002, 70401}, {80000, 81001}});
+    const bool parameter = InRanges(id, 160000, {{2, 201}, {10002, 10401}, {20000, 21001}, {60002, 60201}, {70002, 70401}, {80000, 81001}});
     ASSERT_EQ(M::IsCoChannel(id), id % 2 == 0 && InRanges(id, 100000, {{100, 8288}})) << id;
     ASSERT_EQ(M::IsCoValue(id), id % 2 == 1 && InRanges(id, 100000, {{101, 8289}})) << id;
     ASSERT_EQ(M::IsParameterChannel(id), parameter) << id;
@@ -113,9 +111,8 @@ TEST(KnxOmbMapping, DeliberateOddities) {
   EXPECT_FALSE(M::GetCoValueObjModelId(0, kLd1));
   EXPECT_FALSE(M::GetCoChannelObjModelId(4096, kLd2));
   EXPECT_EQ(M::GetCoNumberFromObjModelId(100101, kLd2), std::uint16_t{50001});
-  EXPECT_EQ(M::GetParameterChannelObjModelId(0, kLd1, ParameterType::Ip), Id{160000});  // refused
-  EXPECT_EQ(M::GetParameterChannelObjModelId(0, kLd1, ParameterType::Text),
-            Id{180000});  // accepted
+  EXPECT_EQ(M::GetParameterChannelObjModelId(0, kLd1, ParameterType::Ip), Id{160000});    // refused
+  EXPECT_EQ(M::GetParameterChannelObjModelId(0, kLd1, ParameterType::Text), Id{180000});  // accepted
   EXPECT_EQ(M::GetParameterNumberFromObjModelId(180000, kLd1), std::uint8_t{0});
   EXPECT_FALSE(M::GetParameterTypeFromObjModelId(200002, kLd2));  // although a "channel"
   EXPECT_EQ(M::GetIpParameterValueObjModelId(100, kLd1), Id{160201});
@@ -139,9 +136,8 @@ TEST(KnxOmbMapping, IdsBeyond32BitsAreNoIds) {
     EXPECT_FALSE(M::IsCoChannel(id) || M::IsCoValue(id) || M::IsParameterChannel(id));
     EXPECT_FALSE(M::IsAppHostAppControlState(id, kLd2));
     EXPECT_FALSE(M::GetCoValueObjModelId(id) || M::GetParameterValueObjModelId(id));
-    EXPECT_FALSE(
-        M::GetCoNumberFromObjModelId(id, kLd1) || M::GetParameterTypeFromObjModelId(id, kLd1) ||
-        M::GetParameterNumberFromObjModelId(id, kLd1) || M::GetLogicalDeviceIdFromObject(id));
+    EXPECT_FALSE(M::GetCoNumberFromObjModelId(id, kLd1) || M::GetParameterTypeFromObjModelId(id, kLd1) ||
+                 M::GetParameterNumberFromObjModelId(id, kLd1) || M::GetLogicalDeviceIdFromObject(id));
   }
   EXPECT_EQ(M::GetIvtFromMainType(high | 9), "Empty");
   EXPECT_EQ(M::GetIstFromMainType(high | 9), "Generic");
@@ -150,17 +146,7 @@ TEST(KnxOmbMapping, IdsBeyond32BitsAreNoIds) {
 
 TEST(KnxOmbMapping, ValueTypeAndDefaultOfEveryMainNumber) {
   const std::pair<std::vector<std::uint32_t>, int> groups[] = {
-      {{1}, 2},
-      {{2, 3, 5, 6, 17, 18, 20, 21, 23, 25, 26, 31, 238}, 6},
-      {{4, 29, 219, 222, 229, 230}, 1},
-      {{7, 22, 200, 201, 202, 217, 234, 237}, 7},
-      {{8, 13}, 4},
-      {{9, 14}, 3},
-      {{10}, 15},
-      {{11}, 11},
-      {{12, 15, 27, 30, 232}, 8},
-      {{16, 24, 28}, 10},
-      {{19}, 13}};
+      {{1}, 2}, {{2, 3, 5, 6, 17, 18, 20, 21, 23, 25, 26, 31, 238}, 6}, {{4, 29, 219, 222, 229, 230}, 1}, {{7, 22, 200, 201, 202, 217, 234, 237}, 7}, {{8, 13}, 4}, {{9, 14}, 3}, {{10}, 15}, {{11}, 11}, {{12, 15, 27, 30, 232}, 8}, {{16, 24, 28}, 10}, {{19}, 13}};
   std::map<std::uint32_t, TavValueType> rows;
   for (const auto& [mains, type] : groups) {
     for (const std::uint32_t main : mains)
@@ -171,16 +157,12 @@ TEST(KnxOmbMapping, ValueTypeAndDefaultOfEveryMainNumber) {
     const TavValueType type = hasRow ? rows[main] : TavValueType(1);
     const std::uint32_t code = (main << 16) | 1;
     EXPECT_EQ(M::GetIvtFromDpt(code), type) << main;
-    EXPECT_EQ(M::GetIvtFromMainType(main), hasRow ? TAVVALUE::GetNameFromValueType(type) : "Empty")
-        << main;
+    EXPECT_EQ(M::GetIvtFromMainType(main), hasRow ? TAVVALUE::GetNameFromValueType(type) : "Empty") << main;
     EXPECT_TRUE(hasRow || M::GetIstFromMainType(main) == "Generic") << main;
-    TAVVALUE
-    parsed;  // the default has the row's type (an empty-type row's too: "1:"); no row: no default
+    TAVVALUE parsed;  // the default has the row's type (an empty-type row's too: "1:"); no row: no default
     parsed.ivt = ivtNone;
     const std::string defaultText = M::GetDefaultValueFromDpt(code, false);
-    EXPECT_TRUE(hasRow ? parsed.Deserialize(defaultText) && parsed.ivt == type
-                       : defaultText.empty())
-        << main;
+    EXPECT_TRUE(hasRow ? parsed.Deserialize(defaultText) && parsed.ivt == type : defaultText.empty()) << main;
   }
   EXPECT_EQ(M::GetIstFromMainType(1), "Switch");
   EXPECT_EQ(M::GetDefaultValueFromDpt(393236, false), "6:1");  // 6.020 (intended)
@@ -190,8 +172,7 @@ TEST(KnxOmbMapping, ValueTypeAndDefaultOfEveryMainNumber) {
 
 using KnxOmbMappingDeathTest = ::testing::Test;
 TEST_F(KnxOmbMappingDeathTest, EmptyCreatorWithAnotherTypeIsAProgrammingError) {
-  EXPECT_DEATH(M::CreateDefaultValueEmpty(ivtFloat),
-               "ZEL_ASSERT\\(emptyTavValue.ivt == ivt\\) failed");
+  EXPECT_DEATH(M::CreateDefaultValueEmpty(ivtFloat), "ZEL_ASSERT\\(emptyTavValue.ivt == ivt\\) failed");
 }
 
 }  // namespace

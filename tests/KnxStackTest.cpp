@@ -44,7 +44,8 @@ struct Codec {
 #define GET [](const GroupValue& g)
 #define NUMBER(Name, T, bits)                      \
   Codec {                                          \
-    "GetAs" #Name, bits, SET {                     \
+    "GetAs" #Name, bits,                           \
+        SET {                                      \
       g.SetAs##Name(static_cast<T>(std::stod(v))); \
     }                                              \
     , GET {                                        \
@@ -73,22 +74,26 @@ const Codec str = {"GetAsString14", 112, SET{g.SetAsString14(v);
 }
 }
 ;
-const Codec date = {"GetAsDate", 24, SET{int y = 0, m = 0, d = 0;
+const Codec date = {"GetAsDate", 24,
+                    SET{int y = 0, m = 0, d = 0;
 std::sscanf(v.c_str(), "%d-%d-%d", &y, &m, &d);
 g.SetAsDate(d, m, y);
 }
-, GET {
+,
+    GET {
   int y = -1, m = -1, d = -1;
   g.GetAsDate(&d, &m, &y);
   return Text(y) + "-" + Text(m) + "-" + Text(d);
 }
 }
 ;
-const Codec tod = {"GetAsTimeOfDay", 24, SET{int h = 0, m = 0, s = 0, d = 0;
+const Codec tod = {"GetAsTimeOfDay", 24,
+                   SET{int h = 0, m = 0, s = 0, d = 0;
 std::sscanf(v.c_str(), "%d:%d:%d %d", &h, &m, &s, &d);
 g.SetAsTimeOfDay(h, m, s, static_cast<GroupValue::DayOfWeek>(d));
 }
-, GET {
+,
+    GET {
   int h = -1, m = -1, s = -1;
   GroupValue::DayOfWeek d = GroupValue::Monday;
   const bool valid = g.GetAsTimeOfDay(&h, &m, &s, &d);
@@ -97,7 +102,9 @@ g.SetAsTimeOfDay(h, m, s, static_cast<GroupValue::DayOfWeek>(d));
 }
 ;
 
-enum Way { kBoth, kEncode, kDecode };  // kEncode, kDecode: only that direction is checked
+enum Way { kBoth,
+           kEncode,
+           kDecode };  // kEncode, kDecode: only that direction is checked
 struct Row {
   const Codec& codec;
   std::string value, octets;

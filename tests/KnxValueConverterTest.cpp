@@ -19,8 +19,10 @@ using namespace Tests;
 std::atomic<int> g_liveProbes{0};
 class ProbeConverter final : public KnxConverter {
  public:
-  explicit ProbeConverter(bool throws = false) : m_throws(throws) { ++g_liveProbes; }
-  ProbeConverter(const ProbeConverter& other) : KnxConverter(other), m_throws(other.m_throws) {
+  explicit ProbeConverter(bool throws = false)
+      : m_throws(throws) { ++g_liveProbes; }
+  ProbeConverter(const ProbeConverter& other)
+      : KnxConverter(other), m_throws(other.m_throws) {
     ++g_liveProbes;
   }
   ~ProbeConverter() override { --g_liveProbes; }
@@ -42,10 +44,8 @@ class ProbeConverter final : public KnxConverter {
 
 TEST(DptValueMap, FirstRegistrationWinsAndDuplicatesCountAsSuccess) {
   KnxValueConverter converter;
-  EXPECT_TRUE(
-      converter.AddDptValueMapEntry(9, 1, 16, ivtFloat, TavDP::vstKnxFloat, ProbeConverter()));
-  EXPECT_TRUE(
-      converter.AddDptValueMapEntry(9, 1, 8, ivtByte, TavDP::vstGeneric, KnxConverter1Bit()));
+  EXPECT_TRUE(converter.AddDptValueMapEntry(9, 1, 16, ivtFloat, TavDP::vstKnxFloat, ProbeConverter()));
+  EXPECT_TRUE(converter.AddDptValueMapEntry(9, 1, 8, ivtByte, TavDP::vstGeneric, KnxConverter1Bit()));
   const DptValueEntry& row = converter.GetEntry(Dpt(9, 1));
   EXPECT_EQ(row.valueType, ivtFloat);
   EXPECT_EQ(row.dpt.bitSize, 16);
@@ -103,21 +103,30 @@ TEST(KnxValueConverter, CompatibilityIsDeliberatelyOneSided) {
     bool compatible;
   };
   const Case cases[] = {
-      {ivtFloat, ivtScaling, true},  {ivtScaling, ivtFloat, true},
-      {ivtAngle, ivtPercent, true},  {ivtInteger, ivtTimePeriod, true},
-      {ivtByte, ivtEnumByte, true},  {ivtWord, ivtCounter, true},
-      {ivtDWord, ivtWord, true},     {ivtDateTime, ivtDate, true},
-      {ivtDate, ivtDateTime, false}, {ivtTimestamp, ivtTimeUtc, true},
-      {ivtTime, ivtDateTime, false}, {ivtTimeUtc, ivtTime, true},
-      {ivtDateUtc, ivtTime, false},  {ivtBool, ivtByte, false},
-      {ivtChar, ivtInteger, false},  {ivtBinary, ivtString, false},
-      {ivtString, ivtString, true},  {ivtNone, ivtFloat, false},
-      {ivtEmpty, ivtEmpty, true},    {ivtInteger, ivtFloat, false},
+      {ivtFloat, ivtScaling, true},
+      {ivtScaling, ivtFloat, true},
+      {ivtAngle, ivtPercent, true},
+      {ivtInteger, ivtTimePeriod, true},
+      {ivtByte, ivtEnumByte, true},
+      {ivtWord, ivtCounter, true},
+      {ivtDWord, ivtWord, true},
+      {ivtDateTime, ivtDate, true},
+      {ivtDate, ivtDateTime, false},
+      {ivtTimestamp, ivtTimeUtc, true},
+      {ivtTime, ivtDateTime, false},
+      {ivtTimeUtc, ivtTime, true},
+      {ivtDateUtc, ivtTime, false},
+      {ivtBool, ivtByte, false},
+      {ivtChar, ivtInteger, false},
+      {ivtBinary, ivtString, false},
+      {ivtString, ivtString, true},
+      {ivtNone, ivtFloat, false},
+      {ivtEmpty, ivtEmpty, true},
+      {ivtInteger, ivtFloat, false},
       {ivtByte, ivtWord, false},
   };
   for (const Case& c : cases) {
-    EXPECT_EQ(KnxValueConverter::AreValueTypesCompatible(c.a, c.b), c.compatible)
-        << c.a << " vs " << c.b;
+    EXPECT_EQ(KnxValueConverter::AreValueTypesCompatible(c.a, c.b), c.compatible) << c.a << " vs " << c.b;
   }
 }
 
@@ -130,24 +139,36 @@ TEST(KnxValueConverter, DefaultDptForValueTypeIncludingTheTwoOddRows) {
     std::uint8_t bits;
   };
   const Case cases[] = {
-      {ivtBool, 7, true, 1, 1, 1},       {ivtDimming, 0, true, 3, 7, 4},
-      {ivtByte, 0, true, 5, 0, 8},       {ivtScaling, 0, true, 5, 1, 8},
-      {ivtFloat, 0, true, 9, 0, 16},     {ivtFloat, 4, true, 3, 0, 4},
-      {ivtFloat, 8, true, 5, 1, 8},      {ivtFloat, 16, true, 9, 0, 16},
-      {ivtFloat, 32, true, 14, 0, 16},   {ivtFloat, 64, false, 0, 0, 64},
-      {ivtTime, 0, true, 10, 1, 24},     {ivtDate, 0, true, 11, 1, 24},
-      {ivtDWord, 0, true, 12, 1, 32},    {ivtInteger, 0, true, 13, 0, 32},
-      {ivtInteger, 8, true, 6, 0, 8},    {ivtInteger, 16, true, 8, 0, 16},
-      {ivtInteger, 32, false, 0, 0, 32}, {ivtTimePeriod, 0, true, 13, 100, 32},
-      {ivtBinary, 0, true, 218, 0, 40},  {ivtDateTime, 0, true, 19, 1, 64},
-      {ivtString, 0, true, 16, 1, 112},  {ivtString, 8, true, 4, 1, 8},
-      {ivtString, 112, true, 16, 0, 8},  {ivtString, 16, false, 0, 0, 16},
-      {ivtWord, 16, false, 0, 0, 16},    {ivtEmpty, 0, false, 0, 0, 0},
+      {ivtBool, 7, true, 1, 1, 1},
+      {ivtDimming, 0, true, 3, 7, 4},
+      {ivtByte, 0, true, 5, 0, 8},
+      {ivtScaling, 0, true, 5, 1, 8},
+      {ivtFloat, 0, true, 9, 0, 16},
+      {ivtFloat, 4, true, 3, 0, 4},
+      {ivtFloat, 8, true, 5, 1, 8},
+      {ivtFloat, 16, true, 9, 0, 16},
+      {ivtFloat, 32, true, 14, 0, 16},
+      {ivtFloat, 64, false, 0, 0, 64},
+      {ivtTime, 0, true, 10, 1, 24},
+      {ivtDate, 0, true, 11, 1, 24},
+      {ivtDWord, 0, true, 12, 1, 32},
+      {ivtInteger, 0, true, 13, 0, 32},
+      {ivtInteger, 8, true, 6, 0, 8},
+      {ivtInteger, 16, true, 8, 0, 16},
+      {ivtInteger, 32, false, 0, 0, 32},
+      {ivtTimePeriod, 0, true, 13, 100, 32},
+      {ivtBinary, 0, true, 218, 0, 40},
+      {ivtDateTime, 0, true, 19, 1, 64},
+      {ivtString, 0, true, 16, 1, 112},
+      {ivtString, 8, true, 4, 1, 8},
+      {ivtString, 112, true, 16, 0, 8},
+      {ivtString, 16, false, 0, 0, 16},
+      {ivtWord, 16, false, 0, 0, 16},
+      {ivtEmpty, 0, false, 0, 0, 0},
   };
   for (const Case& c : cases) {
     KNXDPT dpt = Dpt(0, 0, c.bitsIn);
-    EXPECT_EQ(KnxValueConverter::GetDefaultMappingDptForValueType(dpt, Typed(c.type)), c.found)
-        << c.type;
+    EXPECT_EQ(KnxValueConverter::GetDefaultMappingDptForValueType(dpt, Typed(c.type)), c.found) << c.type;
     EXPECT_EQ(dpt.mainNumber, c.main) << c.type << "/" << int{c.bitsIn};
     EXPECT_EQ(dpt.subNumber, c.sub) << c.type << "/" << int{c.bitsIn};
     EXPECT_EQ(dpt.bitSize, c.bits) << c.type << "/" << int{c.bitsIn};
@@ -156,9 +177,7 @@ TEST(KnxValueConverter, DefaultDptForValueTypeIncludingTheTwoOddRows) {
 
 TEST(KnxValueConverter, DefaultDptForSize) {
   const std::pair<int, std::pair<int, int>> cases[] = {
-      {1, {1, 1}},    {2, {2, 1}},   {4, {3, 7}},    {8, {5, 0}},    {16, {9, 0}},
-      {24, {10, 1}},  {32, {14, 0}}, {40, {218, 0}}, {48, {219, 1}}, {64, {19, 1}},
-      {112, {16, 1}}, {0, {0, 0}},   {3, {0, 0}},    {6, {0, 0}},    {255, {0, 0}}};
+      {1, {1, 1}}, {2, {2, 1}}, {4, {3, 7}}, {8, {5, 0}}, {16, {9, 0}}, {24, {10, 1}}, {32, {14, 0}}, {40, {218, 0}}, {48, {219, 1}}, {64, {19, 1}}, {112, {16, 1}}, {0, {0, 0}}, {3, {0, 0}}, {6, {0, 0}}, {255, {0, 0}}};
   for (const auto& c : cases) {
     KNXDPT dpt = Dpt(0, 0, static_cast<std::uint8_t>(c.first));
     EXPECT_EQ(KnxValueConverter::GetDefaultMappingDptForSize(dpt), c.second.first != 0) << c.first;
@@ -169,14 +188,9 @@ TEST(KnxValueConverter, DefaultDptForSize) {
 }
 
 TEST(KnxValueConverter, ExpectedBitSizes) {
-  const std::pair<int, std::int32_t> cases[] = {
-      {0, 0},   {1, 1},    {16, 112}, {24, KnxValueConverter::kAnySize},
-      {31, 3},  {32, 0},   {199, 0},  {200, 9},
-      {208, 0}, {232, 24}, {233, 0},  {241, 32},
-      {242, 0}, {65535, 0}};
+  const std::pair<int, std::int32_t> cases[] = {{0, 0}, {1, 1}, {16, 112}, {24, KnxValueConverter::kAnySize}, {31, 3}, {32, 0}, {199, 0}, {200, 9}, {208, 0}, {232, 24}, {233, 0}, {241, 32}, {242, 0}, {65535, 0}};
   for (const auto& c : cases) {
-    EXPECT_EQ(KnxValueConverter::GetExpectedBitSize(static_cast<std::uint16_t>(c.first)), c.second)
-        << c.first;
+    EXPECT_EQ(KnxValueConverter::GetExpectedBitSize(static_cast<std::uint16_t>(c.first)), c.second) << c.first;
   }
 }
 
@@ -207,8 +221,7 @@ TEST_F(Converting, UnknownDptIsAcceptedUntouchedAndLoggedTwice) {
   KNXDPT dpt = Dpt(30, 1);
   EXPECT_TRUE(converter.ToKnxValue(dpt, Typed(ivtByte), out));
   EXPECT_EQ(out.GetRawData().ToString(), "ab");
-  const auto unknown = {Error("No Entry found for DPT = 30.1"),
-                        Error("No Entry found for DPT = 30.1"),
+  const auto unknown = {Error("No Entry found for DPT = 30.1"), Error("No Entry found for DPT = 30.1"),
                         Error("Assume validity and accept value!")};
   EXPECT_TRUE(log.Equals(unknown));
   log.Clear();
@@ -236,9 +249,8 @@ TEST_F(Converting, ConverterRefusalAddsTheFramesLine) {
   KnxStack::GroupValue out;
   KNXDPT dpt = Dpt(9, 1);
   EXPECT_FALSE(converter.ToKnxValue(dpt, cold, out));
-  EXPECT_TRUE(
-      log.Equals({Error("The internal value of DPT=9.1, f=-300 is out of the allowed range."),
-                  Error("Convert to KNX value failed for DPT = 9.1 val = " + cold.ToString())}));
+  EXPECT_TRUE(log.Equals({Error("The internal value of DPT=9.1, f=-300 is out of the allowed range."),
+                          Error("Convert to KNX value failed for DPT = 9.1 val = " + cold.ToString())}));
 }
 
 TEST_F(Converting, BitSizeIsCheckedAndSixBitValuesAreReinterpreted) {
@@ -255,10 +267,9 @@ TEST_F(Converting, BitSizeIsCheckedAndSixBitValuesAreReinterpreted) {
   EXPECT_TRUE(converter.FromKnxValue(floatDpt, Group({0x0c, 0x33}, 16), value));
   EXPECT_DOUBLE_EQ(value.GetDouble(), 21.5);
   EXPECT_FALSE(converter.FromKnxValue(floatDpt, Group({0x0c, 0x33, 0, 0}, 32), value));
-  EXPECT_TRUE(log.Equals({Error("Failed to convert a GroupValue for DPT 1.1 because of unexpected "
-                                "bit size: 8, expected: 1"),
-                          Error("Failed to convert a GroupValue for DPT 9.1 because of unexpected "
-                                "bit size: 32, expected: 16")}));
+  EXPECT_TRUE(log.Equals(
+      {Error("Failed to convert a GroupValue for DPT 1.1 because of unexpected bit size: 8, expected: 1"),
+       Error("Failed to convert a GroupValue for DPT 9.1 because of unexpected bit size: 32, expected: 16")}));
 }
 
 TEST_F(Converting, DecodingSetsTheRowTypeBeforeConverting) {
@@ -266,9 +277,8 @@ TEST_F(Converting, DecodingSetsTheRowTypeBeforeConverting) {
   KNXDPT dpt = Dpt(5, 6);
   EXPECT_FALSE(converter.FromKnxValue(dpt, Group({0xFF}, 8), value));
   EXPECT_EQ(value.ivt, ivtByte);
-  EXPECT_TRUE(log.Equals(
-      {Error("Value out of raw range IntegerRange(0, 254, 0, 254) for DPT 5.6; value was 255"),
-       Error("Convert from KNX value failed for DPT = 5.6 GroupValue = ff")}));
+  EXPECT_TRUE(log.Equals({Error("Value out of raw range IntegerRange(0, 254, 0, 254) for DPT 5.6; value was 255"),
+                          Error("Convert from KNX value failed for DPT = 5.6 GroupValue = ff")}));
 }
 
 TEST_F(Converting, MissingDptWhenDecodingComesFromTheSize) {
@@ -282,9 +292,8 @@ TEST_F(Converting, MissingDptWhenDecodingComesFromTheSize) {
   KNXDPT none = Dpt(0, 0, 0);
   EXPECT_FALSE(converter.FromKnxValue(none, Group({0x01, 0x02, 0x03}, 20), value));
   EXPECT_EQ(none.bitSize, 0);
-  EXPECT_TRUE(
-      log.Equals({Info("Could not find DPT for bit size 3"),
-                  Error("Convert from KNX value failed. Missing DPT. GroupValue = 01 02 03")}));
+  EXPECT_TRUE(log.Equals({Info("Could not find DPT for bit size 3"),
+                          Error("Convert from KNX value failed. Missing DPT. GroupValue = 01 02 03")}));
 }
 
 TEST(KnxValueConverterExceptions, EncodingAnswersTrueDecodingFalse) {
@@ -296,9 +305,8 @@ TEST(KnxValueConverterExceptions, EncodingAnswersTrueDecodingFalse) {
   EXPECT_TRUE(converter.ToKnxValue(dpt, Typed(ivtFloat), group));
   TAVVALUE value;
   EXPECT_FALSE(converter.FromKnxValue(dpt, group, value));
-  EXPECT_TRUE(
-      log.Equals({Error("Exception caught during conversion of TAVVALUE to GroupValue: probe"),
-                  Error("Exception caught during conversion of GroupValue: probe")}));
+  EXPECT_TRUE(log.Equals({Error("Exception caught during conversion of TAVVALUE to GroupValue: probe"),
+                          Error("Exception caught during conversion of GroupValue: probe")}));
 }
 
 TEST(KnxValueConverterExceptions, ShortGroupValueIsCaughtWhenDecoding) {
@@ -357,8 +365,7 @@ TEST(ZelKnxValueConverter, SerialTextBothWays) {
     Bits(ivtBool, 1).Serialize(serialized, false);
     EXPECT_FALSE(converter.ToKnxValue(serialized, wide, out));
     const std::string size = std::to_string(wide);
-    EXPECT_TRUE(log.Equals({Info("Could not find DPT for bit size " + size),
-                            Info("Could not find DPT for bit size " + size)}));
+    EXPECT_TRUE(log.Equals({Info("Could not find DPT for bit size " + size), Info("Could not find DPT for bit size " + size)}));
   }
 }
 

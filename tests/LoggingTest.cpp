@@ -39,8 +39,8 @@ TEST(Logging, EntryCarriesPrefixSourceLineAndSignature) {
   EXPECT_EQ(entry.text, "value 42, text x");
   EXPECT_EQ(entry.source, "tests/LoggingTest");
   EXPECT_EQ(entry.function, "void Zel::{anonymous}::WriteOneError()");
-  EXPECT_EQ(entry.message, "WriteOneError [tests/LoggingTest:" + std::to_string(entry.line) +
-                               "] - value 42, text x");
+  EXPECT_EQ(entry.message,
+            "WriteOneError [tests/LoggingTest:" + std::to_string(entry.line) + "] - value 42, text x");
 }
 
 TEST(Logging, ContextAndRecursionPaddingPrefixTheText) {

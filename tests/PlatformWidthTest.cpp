@@ -45,8 +45,8 @@ Octets ToByteArray(const TAVVALUE& value) {
 TAVVALUE FromByteArray(TavValueType type, const Octets& octets) {
   TAVVALUE value;
   value.ivt = type;
-  EXPECT_TRUE(
-      ByteArrayToTavValue(octets.data(), static_cast<unsigned int>(octets.size()), value, false));
+  EXPECT_TRUE(ByteArrayToTavValue(octets.data(), static_cast<unsigned int>(octets.size()), value,
+                                  false));
   return value;
 }
 

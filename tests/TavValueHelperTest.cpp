@@ -23,8 +23,7 @@ TEST(ToTavValue, EachTypeGoesToItsPlatformType) {
       {ToTavValue<unsigned short>(65535, ivtWord), "7:65535"},
       {ToTavValue<short>(-32768, ivtInteger), "4:-32768"},
       {ToTavValue(static_cast<long>(std::int64_t{0x180000005}), ivtInteger), "4:-2147483643"},
-      {ToTavValue(static_cast<unsigned long>(std::uint64_t{0x1FFFFFFFE}), ivtDWord),
-       "8:4294967294"},
+      {ToTavValue(static_cast<unsigned long>(std::uint64_t{0x1FFFFFFFE}), ivtDWord), "8:4294967294"},
       {ToTavValue(-21.25, ivtFloat), "3:-21.25"},
       {ToTavValue(0.1f, ivtFloat), "3:0.10000000149011612"},
       {ToTavValue(std::string("Gr\xC3\xBC\xC3\x9F"
@@ -68,12 +67,9 @@ TEST(RepairUTF8, ReplacesEachInvalidSequenceByAQuestionMark) {
 
 TEST(MeasureDuration, InfoAtOrOverTheThresholdDebugOtherwise) {
   const std::pair<boost::optional<boost::timer::nanosecond_type>, log4cplus::LogLevel> cases[] = {
-      {0, log4cplus::INFO_LOG_LEVEL},
-      {boost::timer::nanosecond_type{1} << 60, log4cplus::DEBUG_LOG_LEVEL},
-      {boost::none, log4cplus::DEBUG_LOG_LEVEL}};
+      {0, log4cplus::INFO_LOG_LEVEL}, {boost::timer::nanosecond_type{1} << 60, log4cplus::DEBUG_LOG_LEVEL}, {boost::none, log4cplus::DEBUG_LOG_LEVEL}};
   for (const auto& [threshold, level] : cases) {
-    SCOPED_TRACE(threshold ? "threshold " + std::to_string(*threshold)
-                           : std::string("no threshold"));
+    SCOPED_TRACE(threshold ? "threshold " + std::to_string(*threshold) : std::string("no threshold"));
     Tests::LogCapture log;
     { const MeasureDuration timer("Scope took ", threshold); }
     const auto entries = log.Entries();

@@ -7,9 +7,7 @@ namespace ZelApp {
 namespace {
 
 TEST(TimeOfDay, MaskOfExactlyOneDayGivesThatDayAndBackRangesAreLeftToCreate) {
-  const std::pair<std::uint32_t, DayOfWeek> cases[] = {
-      {0, NoDay}, {1, Monday},  {4, Wednesday}, {64, Sunday},
-      {3, NoDay}, {127, NoDay}, {128, NoDay},   {0x80000001u, NoDay}};
+  const std::pair<std::uint32_t, DayOfWeek> cases[] = {{0, NoDay}, {1, Monday}, {4, Wednesday}, {64, Sunday}, {3, NoDay}, {127, NoDay}, {128, NoDay}, {0x80000001u, NoDay}};
   TAVTIME time;
   time.SetDateTime(2024, 5, 17, 23, 59, 59, false);  // a Friday; the date plays no part
   time.millisecond = 999;

@@ -28,8 +28,7 @@ using Json = nlohmann::json;
 using namespace std::chrono_literals;
 
 const char kGroupAddresses[] =
-    "\xEF\xBB\xBF\"Group "
-    "name\";\"Address\";\"Central\";\"Unfiltered\";\"Description\";\"DatapointType\";"
+    "\xEF\xBB\xBF\"Group name\";\"Address\";\"Central\";\"Unfiltered\";\"Description\";\"DatapointType\";"
     "\"Security\"\r\n"
     "\"Küche\";\"1/2/-\";\"\";\"\";\"\";\"\";\"Auto\"\r\n"
     "\"Temperatur Küche\";\"1/2/3\";\"\";\"\";\"\";\"DPST-9-1\";\"Auto\"\r\n"
@@ -65,8 +64,7 @@ std::string Read(const std::string& path) {
 }
 
 bool WaitFor(const std::function<bool()>& done, std::chrono::milliseconds timeout = 10s) {
-  for (const auto end = std::chrono::steady_clock::now() + timeout;
-       std::chrono::steady_clock::now() < end;) {
+  for (const auto end = std::chrono::steady_clock::now() + timeout; std::chrono::steady_clock::now() < end;) {
     if (done())
       return true;
     std::this_thread::sleep_for(50ms);
@@ -100,12 +98,10 @@ class ZelknxMonitor : public ::testing::Test {
     m_dir = pattern;
     m_url = "local:" + m_dir + "/eib";
     std::ofstream(m_dir + "/ga.csv", std::ios::binary) << kGroupAddresses;
-    m_knxd =
-        Spawn({ZELKNX_KNXD, "-e", "0.0.1", "-E", "0.0.2:8", "-u", m_dir + "/eib", "-b", "dummy:"},
-              m_dir + "/knxd.log");
+    m_knxd = Spawn({ZELKNX_KNXD, "-e", "0.0.1", "-E", "0.0.2:8", "-u", m_dir + "/eib", "-b", "dummy:"},
+                   m_dir + "/knxd.log");
     struct stat info;
-    ASSERT_TRUE(WaitFor([&] { return stat((m_dir + "/eib").c_str(), &info) == 0; }))
-        << Read(m_dir + "/knxd.log");
+    ASSERT_TRUE(WaitFor([&] { return stat((m_dir + "/eib").c_str(), &info) == 0; })) << Read(m_dir + "/knxd.log");
   }
 
   void TearDown() override {
@@ -142,8 +138,7 @@ class ZelknxMonitor : public ::testing::Test {
   }
 
   void Send(const std::string& command) {
-    const std::string shell = std::string(ZELKNX_KNXTOOL) + " " +
-                              command.substr(0, command.find(' ')) + " " + m_url +
+    const std::string shell = std::string(ZELKNX_KNXTOOL) + " " + command.substr(0, command.find(' ')) + " " + m_url +
                               command.substr(command.find(' ')) + " >/dev/null 2>&1";
     ASSERT_EQ(std::system(shell.c_str()), 0) << shell;
   }
@@ -180,72 +175,17 @@ TEST_F(ZelknxMonitor, DecodesEveryTelegramWithTheGroupAddressList) {
   Send("groupwrite 1/2/7 56");
   Send("groupread 1/2/3");
   const std::vector<Json> expected = {
-      {{"dst", "1/2/3"},
-       {"name", "Temperatur Küche"},
-       {"dpt", "9.001"},
-       {"apci", "write"},
-       {"hex", "0c33"},
-       {"value", 21.5},
-       {"unit", "°C"}},
-      {{"dst", "1/2/4"},
-       {"name", "Licht Küche"},
-       {"dpt", "1.001"},
-       {"apci", "write"},
-       {"hex", "01"},
-       {"value", true},
-       {"unit", nullptr}},
-      {{"dst", "1/2/5"},
-       {"name", "Leistung Herd"},
-       {"dpt", "14.056"},
-       {"apci", "write"},
-       {"hex", "42c80000"},
-       {"value", 100.0},
-       {"unit", "W"}},
-      {{"dst", "1/2/8"},
-       {"name", "Zähler"},
-       {"dpt", "7.001"},
-       {"apci", "write"},
-       {"hex", "01f4"},
-       {"value", 500},
-       {"unit", "pulses"}},
-      {{"dst", "1/2/9"},
-       {"name", "Impulse"},
-       {"dpt", "5.010"},
-       {"apci", "write"},
-       {"hex", "2a"},
-       {"value", 42},
-       {"unit", "pulses"}},
-      {{"dst", "1/2/10"},
-       {"name", "Uhrzeit"},
-       {"dpt", "10.001"},
-       {"apci", "write"},
-       {"hex", "281e00"},
-       {"value", "Mon 08:30:00"},
-       {"unit", nullptr}},
-      {{"dst", "1/2/6"},
-       {"name", "Reserve"},
-       {"dpt", nullptr},
-       {"apci", "write"},
-       {"hex", "1234"},
-       {"value", nullptr},
-       {"unit", nullptr}},
-      {{"dst", "1/2/7"},
-       {"name", nullptr},
-       {"dpt", nullptr},
-       {"apci", "write"},
-       {"hex", "56"},
-       {"value", nullptr},
-       {"unit", nullptr}},
-      {{"dst", "1/2/3"},
-       {"name", "Temperatur Küche"},
-       {"dpt", "9.001"},
-       {"apci", "read"},
-       {"hex", ""},
-       {"value", nullptr},
-       {"unit", nullptr}},
+      {{"dst", "1/2/3"}, {"name", "Temperatur Küche"}, {"dpt", "9.001"}, {"apci", "write"}, {"hex", "0c33"}, {"value", 21.5}, {"unit", "°C"}},
+      {{"dst", "1/2/4"}, {"name", "Licht Küche"}, {"dpt", "1.001"}, {"apci", "write"}, {"hex", "01"}, {"value", true}, {"unit", nullptr}},
+      {{"dst", "1/2/5"}, {"name", "Leistung Herd"}, {"dpt", "14.056"}, {"apci", "write"}, {"hex", "42c80000"}, {"value", 100.0}, {"unit", "W"}},
+      {{"dst", "1/2/8"}, {"name", "Zähler"}, {"dpt", "7.001"}, {"apci", "write"}, {"hex", "01f4"}, {"value", 500}, {"unit", "pulses"}},
+      {{"dst", "1/2/9"}, {"name", "Impulse"}, {"dpt", "5.010"}, {"apci", "write"}, {"hex", "2a"}, {"value", 42}, {"unit", "pulses"}},
+      {{"dst", "1/2/10"}, {"name", "Uhrzeit"}, {"dpt", "10.001"}, {"apci", "write"}, {"hex", "281e00"}, {"value", "Mon 08:30:00"}, {"unit", nullptr}},
+      {{"dst", "1/2/6"}, {"name", "Reserve"}, {"dpt", nullptr}, {"apci", "write"}, {"hex", "1234"}, {"value", nullptr}, {"unit", nullptr}},
+      {{"dst", "1/2/7"}, {"name", nullptr}, {"dpt", nullptr}, {"apci", "write"}, {"hex", "56"}, {"value", nullptr}, {"unit", nullptr}},
+      {{"dst", "1/2/3"}, {"name", "Temperatur Küche"}, {"dpt", "9.001"}, {"apci", "read"}, {"hex", ""}, {"value", nullptr}, {"unit", nullptr}},
   };
-  ASSERT_TRUE(WaitFor([&] { return Lines().size() >= expected.size(); }))
-      << Read(m_dir + "/monitor.out");
+  ASSERT_TRUE(WaitFor([&] { return Lines().size() >= expected.size(); })) << Read(m_dir + "/monitor.out");
   kill(m_monitor, SIGTERM);
   EXPECT_EQ(WaitExit(m_monitor), 0);
   m_monitor = -1;

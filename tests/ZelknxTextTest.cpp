@@ -81,8 +81,7 @@ TEST(ZelknxDptNames, NamesAndUnitsOfTheStandard) {
     ASSERT_NE(entry, nullptr);
     EXPECT_STREQ(entry->name, c.name);
     const char* unit = ValueUnit(dpt);
-    EXPECT_EQ(unit == nullptr ? std::string("(none)") : unit,
-              c.valueUnit == nullptr ? "(none)" : c.valueUnit);
+    EXPECT_EQ(unit == nullptr ? std::string("(none)") : unit, c.valueUnit == nullptr ? "(none)" : c.valueUnit);
   }
   EXPECT_STREQ(FindDptName(*ParseDpt("5.001"))->unit, "%");  // the standard's unit is still known
   Zel::KNXDPT unknown;
@@ -94,10 +93,9 @@ TEST(ZelknxDptNames, NamesAndUnitsOfTheStandard) {
 // value types has a name; no (main, sub) pair is named twice, and no name
 // stands for two DPTs, so that a name reads back as its DPT.
 TEST(ZelknxDptNames, TableCoversTheLibrarysMainNumbersOnce) {
-  const std::vector<unsigned short> mains = {1,   2,   3,   4,   5,   6,   7,   8,   9,   10,  11,
-                                             12,  13,  14,  15,  16,  17,  18,  19,  20,  21,  22,
-                                             23,  24,  25,  26,  27,  28,  29,  30,  31,  200, 201,
-                                             202, 217, 219, 222, 229, 230, 232, 234, 236, 237, 238};
+  const std::vector<unsigned short> mains = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15,
+                                             16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29, 30,
+                                             31, 200, 201, 202, 217, 219, 222, 229, 230, 232, 234, 236, 237, 238};
   for (const unsigned short main : mains) {
     Zel::KNXDPT dpt;
     dpt.mainNumber = main;
@@ -190,8 +188,7 @@ TEST(ZelknxValueText, HexPayloads) {
 
 // Text that is not UTF-8 is written replaced, never thrown about.
 TEST(ZelknxValueText, JsonOfTextThatIsNotUtf8) {
-  EXPECT_EQ(DumpJson(nlohmann::ordered_json{{"error", "bad DPT '\xff'"}}),
-            "{\"error\":\"bad DPT '\xEF\xBF\xBD'\"}");
+  EXPECT_EQ(DumpJson(nlohmann::ordered_json{{"error", "bad DPT '\xff'"}}), "{\"error\":\"bad DPT '\xEF\xBF\xBD'\"}");
   EXPECT_EQ(DumpJson(nlohmann::ordered_json{{"value",
                                              "K\xfc"
                                              "che"}}),
@@ -201,15 +198,24 @@ TEST(ZelknxValueText, JsonOfTextThatIsNotUtf8) {
 
 TEST(ZelknxGroupAddress, TextForms) {
   const std::vector<std::pair<const char*, int>> cases = {
-      {"1/2/3", 0x0A03},   {"31/7/255", 0xFFFF},
-      {"0/0/1", 1},        {"1/234", 0x08EA},
-      {"31/2047", 0xFFFF}, {"4660", 4660},
-      {"65535", 65535},    {"32/0/0", -1},
-      {"1/8/0", -1},       {"1/2/256", -1},
-      {"1/2048", -1},      {"65536", -1},
-      {"1/2/3/4", -1},     {"", -1},
-      {"1//3", -1},        {"a/b/c", -1},
-      {"1.1.5", -1},       {"-1", -1},
+      {"1/2/3", 0x0A03},
+      {"31/7/255", 0xFFFF},
+      {"0/0/1", 1},
+      {"1/234", 0x08EA},
+      {"31/2047", 0xFFFF},
+      {"4660", 4660},
+      {"65535", 65535},
+      {"32/0/0", -1},
+      {"1/8/0", -1},
+      {"1/2/256", -1},
+      {"1/2048", -1},
+      {"65536", -1},
+      {"1/2/3/4", -1},
+      {"", -1},
+      {"1//3", -1},
+      {"a/b/c", -1},
+      {"1.1.5", -1},
+      {"-1", -1},
       {"1/-/-", -1},
   };
   for (const auto& c : cases) {
@@ -238,13 +244,11 @@ std::string Describe(const GroupAddressTable& table, const char* address) {
 // with a byte-order mark, CR LF, umlauts, main and middle group rows, a
 // description with the separator, quotes and a line break in it.
 const char kEtsExport[] =
-    "\xEF\xBB\xBF\"Group "
-    "name\";\"Address\";\"Central\";\"Unfiltered\";\"Description\";\"DatapointType\";"
+    "\xEF\xBB\xBF\"Group name\";\"Address\";\"Central\";\"Unfiltered\";\"Description\";\"DatapointType\";"
     "\"Security\"\r\n"
     "\"Erdgeschoß\";\"1/-/-\";\"\";\"\";\"\";\"\";\"Auto\"\r\n"
     "\"Küche\";\"1/2/-\";\"\";\"\";\"\";\"\";\"Auto\"\r\n"
-    "\"Temperatur Küche\";\"1/2/3\";\"\";\"\";\"Fühler; "
-    "\"\"Wand\"\"\r\nlinks\";\"DPST-9-1\";\"Auto\"\r\n"
+    "\"Temperatur Küche\";\"1/2/3\";\"\";\"\";\"Fühler; \"\"Wand\"\"\r\nlinks\";\"DPST-9-1\";\"Auto\"\r\n"
     "\"Licht Küche\";\"1/2/4\";\"\";\"\";\"\";\"DPST-1-1\";\"Auto\"\r\n"
     "\"Zähler\";\"1/2/5\";\"\";\"\";\"\";\"DPT-13\";\"Auto\"\r\n"
     "\"Reserve\";\"1/2/6\";\"\";\"\";\"\";\"\";\"Auto\"\r\n";
@@ -265,9 +269,7 @@ TEST(ZelknxGroupAddressCsv, SeparatorsQuotingAndAddressLevels) {
        "Group name\tAddress\tCentral\tUnfiltered\tDescription\tDatapointType\tSecurity\n"
        "Temp\t1/515\t\t\t\tDPST-9-1\tAuto\n"},
       {"comma, quoted, no byte-order mark, free address",
-       "\"Group "
-       "name\",\"Address\",\"Central\",\"Unfiltered\",\"Description\",\"DatapointType\","
-       "\"Security\"\n"
+       "\"Group name\",\"Address\",\"Central\",\"Unfiltered\",\"Description\",\"DatapointType\",\"Security\"\n"
        "\"Temp, hall\",\"2563\",\"\",\"\",\"\",\"DPST-9-1\",\"Auto\"\n"},
       {"columns in another order, no DatapointType column, blank lines",
        "\"Address\";\"Group name\"\n\n\"1/2/3\";\"Temp\"\n\n"},
@@ -281,30 +283,21 @@ TEST(ZelknxGroupAddressCsv, SeparatorsQuotingAndAddressLevels) {
     ASSERT_NE(entry, nullptr);
     EXPECT_EQ(entry->name.substr(0, 4), "Temp");
   }
-  EXPECT_EQ(Describe(ReadCsv("\"Group name\",\"Address\"\n\"Temp, hall\",\"1/2/3\"\n"), "1/2/3"),
-            "Temp, hall -");
+  EXPECT_EQ(Describe(ReadCsv("\"Group name\",\"Address\"\n\"Temp, hall\",\"1/2/3\"\n"), "1/2/3"), "Temp, hall -");
 }
 
 TEST(ZelknxGroupAddressCsv, MalformedFilesNameTheLine) {
   const char* header = "\"Group name\";\"Address\";\"DatapointType\"\n";
   const std::vector<std::pair<std::string, std::string>> cases = {
       {"", "ga.csv:0: empty file, expected a header row with \"Group name\" and \"Address\""},
-      {"Name;Addr\nx;1/2/3\n",
-       "ga.csv:1: the header row has no \"Group name\" or no \"Address\" column"},
-      {std::string(header) + "\"A\";\"1/2/3\";\"DPST-9-1\"\n\"B\";\"1/2/4\"\n",
-       "ga.csv:3: 2 fields where the header row has 3"},
-      {std::string(header) + "\"A\";\"1/2/3\";\"DPST-9-1\";\"x\"\n",
-       "ga.csv:2: 4 fields where the header row has 3"},
-      {std::string(header) + "\"A\";\"1/8/3\";\"DPST-9-1\"\n",
-       "ga.csv:2: bad group address '1/8/3'"},
-      {std::string(header) + "\"A\";\"1/2/3\";\"DPST-9\"\n",
-       "ga.csv:2: bad datapoint type 'DPST-9'"},
-      {std::string(header) + "\"A\";\"1/2/3\";\"DPST-9-1\n",
-       "ga.csv:2: a quoted field is not closed"},
-      {std::string(header) + "\"A\"x;\"1/2/3\";\"\"\n",
-       "ga.csv:2: text after the closing quote of a field"},
-      {std::string(header) + "\"A\nB\";\"1/2/3\";\"\"\n\"C\";\"x\";\"\"\n",
-       "ga.csv:4: bad group address 'x'"},
+      {"Name;Addr\nx;1/2/3\n", "ga.csv:1: the header row has no \"Group name\" or no \"Address\" column"},
+      {std::string(header) + "\"A\";\"1/2/3\";\"DPST-9-1\"\n\"B\";\"1/2/4\"\n", "ga.csv:3: 2 fields where the header row has 3"},
+      {std::string(header) + "\"A\";\"1/2/3\";\"DPST-9-1\";\"x\"\n", "ga.csv:2: 4 fields where the header row has 3"},
+      {std::string(header) + "\"A\";\"1/8/3\";\"DPST-9-1\"\n", "ga.csv:2: bad group address '1/8/3'"},
+      {std::string(header) + "\"A\";\"1/2/3\";\"DPST-9\"\n", "ga.csv:2: bad datapoint type 'DPST-9'"},
+      {std::string(header) + "\"A\";\"1/2/3\";\"DPST-9-1\n", "ga.csv:2: a quoted field is not closed"},
+      {std::string(header) + "\"A\"x;\"1/2/3\";\"\"\n", "ga.csv:2: text after the closing quote of a field"},
+      {std::string(header) + "\"A\nB\";\"1/2/3\";\"\"\n\"C\";\"x\";\"\"\n", "ga.csv:4: bad group address 'x'"},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.second);
@@ -328,9 +321,8 @@ TEST(ZelknxGroupAddressCsv, MissingFile) {
 
 std::string Summary(const BusLine& bus) {
   std::ostringstream out;
-  out << (bus.dpt ? DptName(*bus.dpt) : "-") << ' '
-      << (bus.source ? IndividualAddressText(*bus.source) : "-") << ' '
-      << (bus.destination ? GroupAddressText(*bus.destination) : "-") << ' ' << ApciName(bus.apci)
+  out << (bus.dpt ? DptName(*bus.dpt) : "-") << ' ' << (bus.source ? IndividualAddressText(*bus.source) : "-")
+      << ' ' << (bus.destination ? GroupAddressText(*bus.destination) : "-") << ' ' << ApciName(bus.apci)
       << (bus.shortForm ? " short" : "") << ' ';
   for (const std::uint8_t octet : bus.octets)
     out << std::hex << (octet < 16 ? "0" : "") << unsigned{octet};
@@ -347,8 +339,7 @@ TEST(ZelknxBusLine, EveryLineForm) {
       {"Write from 0.0.4 to 1/2/3: 01", "- 0.0.4 1/2/3 write 01"},
       {"Response from 15.15.255 to 31/7/255: 12 34 56", "- 15.15.255 31/7/255 response 123456"},
       {"Read from 1.1.5 to 1/2/3", "- 1.1.5 1/2/3 read "},
-      {"L_Busmon: BC 11 05 0A 03 E3 00 80 0C 33 5A :L_Data low from 1.1.5 to 1/2/3 hops: 06 "
-       "T_Data_Group "
+      {"L_Busmon: BC 11 05 0A 03 E3 00 80 0C 33 5A :L_Data low from 1.1.5 to 1/2/3 hops: 06 T_Data_Group "
        "A_GroupValue_Write 0C 33 ",
        "- 1.1.5 1/2/3 write 0c33"},
       {"L_Busmon: BC 00 04 0A 03 E1 00 81 2E :L_Data low from 0.0.4 to 1/2/3 hops: 06 T_Data_Group "

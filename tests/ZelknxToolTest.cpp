@@ -49,8 +49,7 @@ Json JsonOf(const std::string& args) {
 // Every line of `text` parsed as JSON.
 std::vector<Json> JsonLines(const std::string& text) {
   std::vector<Json> lines;
-  for (std::size_t start = 0, end; (end = text.find('\n', start)) != std::string::npos;
-       start = end + 1) {
+  for (std::size_t start = 0, end; (end = text.find('\n', start)) != std::string::npos; start = end + 1) {
     lines.push_back(Json::parse(text.substr(start, end - start)));
   }
   return lines;
@@ -153,8 +152,7 @@ TEST(ZelknxTool, RefusalsAndUsageErrors) {
       {"unsupported DPT", "encode 24.001 text", 1, "Value type 24 not supported"},
       {"no value for a DPT without a value type", "encode 4.001 -", 1,
        "Value type mismatch: Expected 'Empty', got 'ivtNone'"},
-      {"scene above 63", "encode 17.001 64", 1,
-       "DPT 17.001 refused the value without an error entry"},
+      {"scene above 63", "encode 17.001 64", 1, "DPT 17.001 refused the value without an error entry"},
       {"no table row", "dpt 99", 1, "No Entry found for DPT = 99.0"},
       {"CO out of range", "id co 4096", 1, "CO 4096 has no object-model id"},
       {"missing config file", "config /nonexistent/zel.xml", 1,
@@ -194,8 +192,7 @@ TEST(ZelknxTool, HelpOnEveryCommand) {
 TEST(ZelknxTool, DptTableIdsAndConfig) {
   const Result table = Zelknx("dpt --json");
   std::vector<Json> rows;
-  for (std::size_t start = 0, end; (end = table.out.find('\n', start)) != std::string::npos;
-       start = end + 1) {
+  for (std::size_t start = 0, end; (end = table.out.find('\n', start)) != std::string::npos; start = end + 1) {
     rows.push_back(Json::parse(table.out.substr(start, end - start)));
   }
   EXPECT_EQ(rows.size(), 53u);
@@ -205,8 +202,7 @@ TEST(ZelknxTool, DptTableIdsAndConfig) {
   EXPECT_EQ(row["converter"], "KnxConverterFloat16BitFloat");
   EXPECT_EQ(row["omType"], "ivtFloat");
 
-  EXPECT_EQ(JsonOf("id co 1"),
-            (Json{{"co", 1}, {"ld", 1}, {"channel", 100100}, {"value", 100101}}));
+  EXPECT_EQ(JsonOf("id co 1"), (Json{{"co", 1}, {"ld", 1}, {"channel", 100100}, {"value", 100101}}));
   EXPECT_EQ(JsonOf("id param number 5 2")["channel"], 270010);
   const Json what = JsonOf("id 100101");
   EXPECT_EQ(what["kind"], "CO value");
@@ -224,26 +220,24 @@ TEST(ZelknxTool, DptTableIdsAndConfig) {
 TEST(ZelknxTool, ValuesReachTheLibraryAsTheDeviceHoldsThem) {
   const Result clamped = Zelknx("encode 7.001 70000", true);
   EXPECT_EQ(clamped.status, 0);
-  EXPECT_NE(clamped.out.find("ERROR TavValueToGroupValue [ZelObjectModel/GroupValueTavValue:"),
-            std::string::npos)
+  EXPECT_NE(clamped.out.find("ERROR TavValueToGroupValue [ZelObjectModel/GroupValueTavValue:"), std::string::npos)
       << clamped.out;
-  EXPECT_NE(clamped.out.find("- Value out of range: 70000 (DPT 7)\n"), std::string::npos)
-      << clamped.out;
+  EXPECT_NE(clamped.out.find("- Value out of range: 70000 (DPT 7)\n"), std::string::npos) << clamped.out;
   EXPECT_NE(clamped.out.find("ff ff (16 bits)\n"), std::string::npos) << clamped.out;
   EXPECT_EQ(JsonOf("encode 7.001 4294967295")["hex"], "ffff");
   EXPECT_EQ(Zelknx("encode 7.001 4294967296 --json").status, 2);
 
   EXPECT_EQ(JsonOf("decode --table 9.001 7fff")["value"], nullptr);
-  EXPECT_EQ(JsonOf("encode --table 9.001 -"),
-            (Json{{"dpt", "9.001"}, {"bits", 16}, {"hex", "7fff"}}));
+  EXPECT_EQ(JsonOf("encode --table 9.001 -"), (Json{{"dpt", "9.001"}, {"bits", 16}, {"hex", "7fff"}}));
 }
 
 // Text that is not UTF-8, wherever it comes from, is written with U+FFFD:
 // JSON output never aborts, and the exit status is the command's.
 TEST_F(ZelknxFiles, JsonOutputOfTextThatIsNotUtf8) {
-  const std::string config = Write("latin1.xml",
-                                   "<ZelAppHostConfig><ObjectModelConfig Path=\"/opt/K\xFC"
-                                   "che.json\"/></ZelAppHostConfig>");
+  const std::string config =
+      Write("latin1.xml",
+            "<ZelAppHostConfig><ObjectModelConfig Path=\"/opt/K\xFC"
+            "che.json\"/></ZelAppHostConfig>");
   const std::string csv = Write("latin1.csv",
                                 "Group name;Address;DatapointType\nK\xFC"
                                 "che;1/2/3;DPST-9-1\n");
@@ -278,25 +272,19 @@ TEST_F(ZelknxFiles, JsonOutputOfTextThatIsNotUtf8) {
 }
 
 TEST(ZelknxTool, OptionsBeforeOrAfterTheCommand) {
-  const Json expected = {{"dpt", "9.001"},
-                         {"type", "ivtFloat"},
-                         {"value", 21.5},
-                         {"name", "DPT_Value_Temp"},
-                         {"unit", "°C"}};
+  const Json expected = {{"dpt", "9.001"}, {"type", "ivtFloat"}, {"value", 21.5}, {"name", "DPT_Value_Temp"}, {"unit", "°C"}};
   EXPECT_EQ(Json::parse(Zelknx("--json decode 9.001 0c33").out), expected);
   EXPECT_EQ(Json::parse(Zelknx("decode --json 9.001 0c33").out), expected);
   EXPECT_EQ(Json::parse(Zelknx("--code decode 589825 0c33 --json").out), expected);
   EXPECT_EQ(Zelknx("--version").out, std::string("zelknx ") + ZELKNX_VERSION + "\n");
   // -- ends the options: a value that looks like one follows it.
-  EXPECT_EQ(Json::parse(Zelknx("--json encode 16.000 -- --x").out)["hex"],
-            "2d2d780000000000000000000000");
+  EXPECT_EQ(Json::parse(Zelknx("--json encode 16.000 -- --x").out)["hex"], "2d2d780000000000000000000000");
   const Result infinite = Zelknx("--json encode 9.001 -- -inf");
   EXPECT_EQ(infinite.status, 1);  // DPT 9 refuses infinities, silently
   EXPECT_EQ(Zelknx("--json encode 9.001 -inf").status, 2);
   EXPECT_EQ(JsonOf("--table --bits 8 decode 5.001 ff")["value"], 255);
   EXPECT_EQ(Zelknx("--json encode --bits 8 9.001 1").status, 2);  // --bits is decode's
-  EXPECT_EQ(Zelknx("--json --bits 8 encode 9.001 1").out,
-            "{\"error\":\"unknown option --bits for encode\"}\n");
+  EXPECT_EQ(Zelknx("--json --bits 8 encode 9.001 1").out, "{\"error\":\"unknown option --bits for encode\"}\n");
 }
 
 TEST(ZelknxTool, DptSpellingsNamesAndUnits) {
@@ -322,8 +310,7 @@ TEST(ZelknxTool, DptSpellingsNamesAndUnits) {
 }
 
 const char kGroupAddresses[] =
-    "\xEF\xBB\xBF\"Group "
-    "name\";\"Address\";\"Central\";\"Unfiltered\";\"Description\";\"DatapointType\";"
+    "\xEF\xBB\xBF\"Group name\";\"Address\";\"Central\";\"Unfiltered\";\"Description\";\"DatapointType\";"
     "\"Security\"\r\n"
     "\"Erdgeschoss\";\"1/-/-\";\"\";\"\";\"\";\"\";\"Auto\"\r\n"
     "\"Küche\";\"1/2/-\";\"\";\"\";\"\";\"\";\"Auto\"\r\n"
@@ -364,106 +351,44 @@ TEST_F(ZelknxFiles, GroupAddressesStandForTheirDpt) {
 // middle: one result per line, in order, and exit status 1.
 TEST_F(ZelknxFiles, BatchDecodingOfMonitorLogs) {
   const std::string csv = Write("ga.csv", kGroupAddresses);
-  const std::string log =
-      Write("log.txt",
-            "Write from 1.1.5 to 1/2/3: 0C 33 \n"
-            "Write from 1.1.6 to 1/2/4: 01\n"
-            "Read from 1.1.7 to 1/2/5\n"
-            "this is not a telegram\n"
-            "\n"
-            "L_Busmon: BC 11 05 0A 05 E5 00 80 42 C8 00 00 5A :L_Data low from 1.1.5 to 1/2/5 "
-            "hops: 06 T_Data_Group A_GroupValue_Response 42 C8 00 00 \n"
-            "L_Busmon: BC 00 04 0A 04 E1 00 81 2E :L_Data low from 0.0.4 to 1/2/4 hops: 06 "
-            "T_Data_Group A_GroupValue_Write (small) 00 \n"
-            "11.001 0f0d18\n"
-            "9.001 0c33\n"
-            "1/2/6 0c33\n"
-            "1/2/3 0c 33\n");
+  const std::string log = Write("log.txt",
+                                "Write from 1.1.5 to 1/2/3: 0C 33 \n"
+                                "Write from 1.1.6 to 1/2/4: 01\n"
+                                "Read from 1.1.7 to 1/2/5\n"
+                                "this is not a telegram\n"
+                                "\n"
+                                "L_Busmon: BC 11 05 0A 05 E5 00 80 42 C8 00 00 5A :L_Data low from 1.1.5 to 1/2/5 "
+                                "hops: 06 T_Data_Group A_GroupValue_Response 42 C8 00 00 \n"
+                                "L_Busmon: BC 00 04 0A 04 E1 00 81 2E :L_Data low from 0.0.4 to 1/2/4 hops: 06 "
+                                "T_Data_Group A_GroupValue_Write (small) 00 \n"
+                                "11.001 0f0d18\n"
+                                "9.001 0c33\n"
+                                "1/2/6 0c33\n"
+                                "1/2/3 0c 33\n");
   const Result run = Zelknx("--json decode --ga-csv '" + csv + "' - < '" + log + "'");
   EXPECT_EQ(run.status, 1);
   const std::vector<Json> results = JsonLines(run.out);
   const std::vector<Json> expected = {
-      {{"line", 1},
-       {"src", "1.1.5"},
-       {"dst", "1/2/3"},
-       {"group", "Temperatur Küche"},
-       {"apci", "write"},
-       {"dpt", "9.001"},
-       {"type", "ivtFloat"},
-       {"value", 21.5},
-       {"name", "DPT_Value_Temp"},
-       {"unit", "°C"}},
-      {{"line", 2},
-       {"src", "1.1.6"},
-       {"dst", "1/2/4"},
-       {"group", "Licht Küche"},
-       {"apci", "write"},
-       {"dpt", "1.001"},
-       {"type", "ivtBool"},
-       {"value", true},
-       {"name", "DPT_Switch"},
-       {"unit", nullptr}},
-      {{"line", 3},
-       {"src", "1.1.7"},
-       {"dst", "1/2/5"},
-       {"group", "Leistung Herd"},
-       {"apci", "read"},
-       {"dpt", "14.056"},
-       {"value", nullptr}},
+      {{"line", 1}, {"src", "1.1.5"}, {"dst", "1/2/3"}, {"group", "Temperatur Küche"}, {"apci", "write"}, {"dpt", "9.001"}, {"type", "ivtFloat"}, {"value", 21.5}, {"name", "DPT_Value_Temp"}, {"unit", "°C"}},
+      {{"line", 2}, {"src", "1.1.6"}, {"dst", "1/2/4"}, {"group", "Licht Küche"}, {"apci", "write"}, {"dpt", "1.001"}, {"type", "ivtBool"}, {"value", true}, {"name", "DPT_Switch"}, {"unit", nullptr}},
+      {{"line", 3}, {"src", "1.1.7"}, {"dst", "1/2/5"}, {"group", "Leistung Herd"}, {"apci", "read"}, {"dpt", "14.056"}, {"value", nullptr}},
       {{"line", 4}, {"error", "not a DPT, a group address or a line of knxtool: 'this'"}},
-      {{"line", 6},
-       {"src", "1.1.5"},
-       {"dst", "1/2/5"},
-       {"group", "Leistung Herd"},
-       {"apci", "response"},
-       {"dpt", "14.056"},
-       {"type", "ivtFloat"},
-       {"value", 100.0},
-       {"name", "DPT_Value_Power"},
-       {"unit", "W"}},
-      {{"line", 7},
-       {"src", "0.0.4"},
-       {"dst", "1/2/4"},
-       {"group", "Licht Küche"},
-       {"apci", "write"},
-       {"dpt", "1.001"},
-       {"type", "ivtBool"},
-       {"value", false},
-       {"name", "DPT_Switch"},
-       {"unit", nullptr}},
+      {{"line", 6}, {"src", "1.1.5"}, {"dst", "1/2/5"}, {"group", "Leistung Herd"}, {"apci", "response"}, {"dpt", "14.056"}, {"type", "ivtFloat"}, {"value", 100.0}, {"name", "DPT_Value_Power"}, {"unit", "W"}},
+      {{"line", 7}, {"src", "0.0.4"}, {"dst", "1/2/4"}, {"group", "Licht Küche"}, {"apci", "write"}, {"dpt", "1.001"}, {"type", "ivtBool"}, {"value", false}, {"name", "DPT_Switch"}, {"unit", nullptr}},
       {{"line", 8}, {"error", "Received invalid value 0f 0d 18 for DPT 11.1"}},  // month 13
-      {{"line", 9},
-       {"dpt", "9.001"},
-       {"type", "ivtFloat"},
-       {"value", 21.5},
-       {"name", "DPT_Value_Temp"},
-       {"unit", "°C"}},
+      {{"line", 9}, {"dpt", "9.001"}, {"type", "ivtFloat"}, {"value", 21.5}, {"name", "DPT_Value_Temp"}, {"unit", "°C"}},
       {{"line", 10}, {"error", "no DPT for group address 1/2/6 in " + csv}},
-      {{"line", 11},
-       {"dst", "1/2/3"},
-       {"group", "Temperatur Küche"},
-       {"dpt", "9.001"},
-       {"type", "ivtFloat"},
-       {"value", 21.5},
-       {"name", "DPT_Value_Temp"},
-       {"unit", "°C"}},
+      {{"line", 11}, {"dst", "1/2/3"}, {"group", "Temperatur Küche"}, {"dpt", "9.001"}, {"type", "ivtFloat"}, {"value", 21.5}, {"name", "DPT_Value_Temp"}, {"unit", "°C"}},
   };
   ASSERT_EQ(results.size(), expected.size()) << run.out;
   for (std::size_t i = 0; i < expected.size(); ++i) {
     EXPECT_EQ(results[i], expected[i]);
   }
 
-  const Result text =
-      Zelknx("decode --ga-csv '" + csv + "' - < '" +
-             Write("good.txt", "Write from 1.1.5 to 1/2/3: 0C 33\n9.004 0c33\n") + "'");
+  const Result text = Zelknx("decode --ga-csv '" + csv + "' - < '" + Write("good.txt", "Write from 1.1.5 to 1/2/3: 0C 33\n9.004 0c33\n") + "'");
   EXPECT_EQ(text.status, 0);
   EXPECT_EQ(text.out, "1/2/3 Temperatur Küche: 21.5 °C\n21.5 lux\n");
-  EXPECT_EQ(
-      Zelknx("decode - < '" + log + "'")
-          .out.rfind(
-              "line 1: error: no DPT for group address 1/2/3 (give the ETS export with --ga-csv)\n",
-              0),
-      0u);
+  EXPECT_EQ(Zelknx("decode - < '" + log + "'").out.rfind("line 1: error: no DPT for group address 1/2/3 (give the ETS export with --ga-csv)\n", 0), 0u);
 }
 
 }  // namespace
