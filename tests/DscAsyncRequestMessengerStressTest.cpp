@@ -1,15 +1,15 @@
 // Many callers against one messenger over a device stack that loses,
-// delays, duplicates, fails and refuses requests at random (seeded). Every
-// call must end with its own request's answer, an error answer for its own
-// request, or an empty docket after all its attempts. Meant to run under
-// ThreadSanitizer too.
+// delays, duplicates, fails and refuses requests at random, with answers
+// timed around the deadline. Meant to run under ThreadSanitizer too.
 #include "LogCapture.h"
 #include "Quor/SimulatedDeviceStackClient.h"
+#include "TestValues.h"
 #include "Zel/DscAsyncRequestMessenger.h"
 #include "Zel/RequestMessengerDeviceStack.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
@@ -33,96 +33,8 @@ std::string After(const std::string& text, const std::string& marker) {
   return at == std::string::npos ? std::string() : text.substr(at + marker.size());
 }
 
-TEST(DscAsyncRequestMessengerStress, EveryCallGetsItsOwnAnswerOrGivesUpAfterAllAttempts) {
-  constexpr unsigned int kCallers = 16, kCalls = 500, kAttempts = 3;
-  Quor::SimulatedDeviceStackClient::Options options;
-  options.seed = 20240611;
-  options.latencyJitter = std::chrono::milliseconds(2);
-  options.lateDelay = std::chrono::milliseconds(30);
-  options.noAnswer = 0.10;
-  options.late = options.duplicate = options.error = 0.05;
-  options.emptyId = 0.02;
-  options.unknownId = 0.03;
-  Quor::SimulatedDeviceStackClient client(options);
-  RemoteRequestMessengerDeviceStack stack(client);
-  DscAsyncRequestMessenger messenger(stack, boost::posix_time::milliseconds(20), kAttempts - 1);
-  messenger.SetAsResponseHandler();
-  Tests::LogCapture log(log4cplus::ERROR_LOG_LEVEL);
-
-  // Each call is known by what its reply must name: "value of <id>" or "response to read <id>".
-  std::vector<std::vector<std::pair<std::string, Docket>>> calls(kCallers);
-  const auto start = std::chrono::steady_clock::now();
-  std::vector<std::thread> callers;
-  for (unsigned int t = 0; t < kCallers; ++t) {
-    callers.emplace_back([&messenger, &mine = calls[t], t] {
-      for (std::uint32_t id = t * 10000; id < t * 10000 + kCalls; ++id) {
-        const std::string text = "read " + std::to_string(id);
-        mine.emplace_back(id % 2 ? "response to " + text : "value of " + std::to_string(id),
-                          id % 2 ? messenger.Request(text, {}) : messenger.GetValue(id, false));
-      }
-    });
-  }
-  for (std::thread& caller : callers)
-    caller.join();
-  const auto elapsed = std::chrono::steady_clock::now() - start;
-  client.WaitUntilIdle();
-  messenger.UnsetAsResponseHandler();
-
-  std::map<std::string, const SimulatedRequest*> byId;  // request id -> request
-  std::map<std::string, unsigned int> sends;            // call -> requests sent for it
-  const std::vector<SimulatedRequest> requests = client.Requests();
-  auto callOf = [](const SimulatedRequest& r) {
-    return r.kind == SimulatedRequest::Kind::GetValue ? "value of " + std::to_string(r.objectId)
-                                                      : "response to " + r.text;
-  };
-  for (const SimulatedRequest& request : requests) {
-    ++sends[callOf(request)];
-    if (!request.requestId.empty())
-      byId[request.requestId] = &request;
-  }
-  const auto sentFor = [&](const std::string& requestId, const std::string& call) {
-    return byId.count(requestId) != 0 && callOf(*byId[requestId]) == call;
-  };
-  unsigned int good = 0, failed = 0, empty = 0;
-  for (const auto& mine : calls) {
-    for (const auto& [call, docket] : mine) {
-      const std::string& reply = docket.ReadReply();
-      const std::string requestId = After(reply, " for ");
-      if (!docket.IsAnswered()) {
-        ++empty;
-        EXPECT_EQ(sends[call], kAttempts) << call;
-      } else if (docket.IsReplyValid()) {
-        ++good;
-        EXPECT_TRUE(sentFor(requestId, call) && reply == call + " for " + requestId)
-            << call << ": " << reply;
-      } else {
-        ++failed;
-        const std::string errorId = After(docket.ReadDeliveryError(), "simulated failure of ");
-        EXPECT_TRUE(sentFor(errorId, call) && byId[errorId]->fault == SimulatedFault::Error) << call;
-      }
-    }
-  }
-  EXPECT_EQ(log.EntriesAtLeast(log4cplus::ERROR_LOG_LEVEL).size(), log.Entries().size());
-  unsigned int exhausted = 0;
-  for (const auto& entry : log.Entries())
-    exhausted += entry.text == "Maximum number of retries (2) reached.";
-  EXPECT_EQ(exhausted, empty);
-
-  std::map<SimulatedFault, unsigned int> faults;
-  for (const SimulatedRequest& request : requests)
-    ++faults[request.fault];
-  std::cout << "stress: " << kCallers << " callers x " << kCalls << " calls in "
-            << std::chrono::duration_cast<std::chrono::milliseconds>(elapsed).count() << " ms; "
-            << requests.size() << " requests (no answer " << faults[SimulatedFault::NoAnswer]
-            << ", late " << faults[SimulatedFault::Late] << ", duplicate "
-            << faults[SimulatedFault::Duplicate] << ", error " << faults[SimulatedFault::Error]
-            << ", empty id " << faults[SimulatedFault::EmptyId] << ", unknown id "
-            << faults[SimulatedFault::UnknownId] << "); " << good << " answered, " << failed
-            << " error answers, " << empty << " empty after " << kAttempts << " attempts" << std::endl;
-}
-
-// The seed of a randomised run: ZEL_STRESS_SEED when set (to repeat a
-// failed run), otherwise a fresh one.
+// The seed of the run: ZEL_STRESS_SEED when set (to repeat a failed run),
+// otherwise a fresh one.
 std::uint64_t StressSeed() {
   if (const char* seed = std::getenv("ZEL_STRESS_SEED"))
     return std::strtoull(seed, nullptr, 10);
@@ -136,7 +48,8 @@ std::uint64_t StressSeed() {
 // messenger's trace and the client's record of every request, each call is
 // checked against the first of its requests whose answer was stored in a
 // docket ("Got request for ID"): the call must return exactly that answer
-// and send nothing more. Counted separately, and each must be zero:
+// and send nothing more; a call without one must return nothing after all
+// its attempts. Counted separately, and each must be zero:
 //   lost at deadline  a stored good answer the caller did not return
 //                     (it timed out and sent again, or gave up)
 //   error re-sent     the same for a stored error answer (errors are final)
@@ -163,23 +76,17 @@ TEST(DscAsyncRequestMessengerStress, AnswersAroundTheDeadlineAreNeitherLostNorMi
   Tests::LogCapture log(log4cplus::DEBUG_LOG_LEVEL);
 
   // A call is known by its object id or request text, unique per call.
-  const auto callOf = [](const SimulatedRequest& r) {
-    return r.kind == SimulatedRequest::Kind::Request ? r.text : std::to_string(r.objectId);
-  };
+  const auto callOf = [](const SimulatedRequest& r) { return r.kind == SimulatedRequest::Kind::Request ? r.text : std::to_string(r.objectId); };
   std::vector<std::vector<std::pair<std::string, Docket>>> calls(kCallers);
   std::atomic<unsigned int> running{kCallers};
-  const auto start = std::chrono::steady_clock::now();
   std::vector<std::thread> callers;
   for (unsigned int t = 0; t < kCallers; ++t) {
     callers.emplace_back([&, &mine = calls[t], t] {
       for (std::uint32_t id = t * 10000 + 1; id <= t * 10000 + kCalls; ++id) {
-        TAVVALUE value;
-        value.ivt = ivtFloat;
-        value.SetDouble(id);
         const std::string text = "read " + std::to_string(id);
         switch (id % 3) {
           case 0: mine.emplace_back(std::to_string(id), messenger.GetValue(id, false)); break;
-          case 1: mine.emplace_back(std::to_string(id), messenger.SetValue(id, value, false)); break;
+          case 1: mine.emplace_back(std::to_string(id), messenger.SetValue(id, Tests::Real(id), false)); break;
           default: mine.emplace_back(text, messenger.Request(text, boost::posix_time::milliseconds(5)));
         }
       }
@@ -187,87 +94,62 @@ TEST(DscAsyncRequestMessengerStress, AnswersAroundTheDeadlineAreNeitherLostNorMi
     });
   }
   unsigned int swaps = 0;
-  while (running.load() != 0) {
+  for (; running.load() != 0; ++swaps) {
     std::this_thread::sleep_for(std::chrono::milliseconds(7));
     messenger.UnsetAsResponseHandler();
     std::this_thread::sleep_for(std::chrono::microseconds(300));
     messenger.SetAsResponseHandler();
-    ++swaps;
   }
   for (std::thread& caller : callers)
     caller.join();
-  const auto elapsed = std::chrono::steady_clock::now() - start;
   client.WaitUntilIdle();
   messenger.UnsetAsResponseHandler();
 
   std::set<std::string> stored;  // request ids whose answer reached a docket
+  unsigned int exhausted = 0;
+  const std::string prefix = "Got request for ID '";
   for (const auto& entry : log.Entries()) {
-    const std::string prefix = "Got request for ID '";
     if (entry.text.compare(0, prefix.size(), prefix) == 0)
       stored.insert(entry.text.substr(prefix.size(), entry.text.size() - prefix.size() - 2));
+    exhausted += entry.text == "Maximum number of retries (2) reached.";
   }
   const std::vector<SimulatedRequest> requests = client.Requests();
   std::map<std::string, std::vector<const SimulatedRequest*>> sent;  // call -> its requests in order
   std::map<std::string, const SimulatedRequest*> byId;
+  unsigned int stalled = 0;
   for (const SimulatedRequest& request : requests) {
     sent[callOf(request)].push_back(&request);
     if (!request.requestId.empty())
       byId[request.requestId] = &request;
+    stalled += request.stall.count() > 0;
   }
-  unsigned int good = 0, failed = 0, empty = 0, lostAtDeadline = 0, errorResent = 0, misrouted = 0;
+  unsigned int empty = 0, lostAtDeadline = 0, errorResent = 0, misrouted = 0;
   for (const auto& mine : calls) {
     for (const auto& [call, docket] : mine) {
       const std::vector<const SimulatedRequest*>& own = sent[call];
       // The request the call's answer names, from the reply or the error text.
-      const std::string namedId = docket.IsReplyValid()
-                                      ? After(docket.ReadReply(), " for ")
-                                      : After(docket.ReadDeliveryError(), "simulated failure of ");
-      const bool namesOwn = byId.count(namedId) != 0 && callOf(*byId[namedId]) == call;
-      if (docket.IsAnswered() && !namesOwn) {
+      const std::string namedId = docket.IsReplyValid() ? After(docket.ReadReply(), " for ") : After(docket.ReadDeliveryError(), "simulated failure of ");
+      if (docket.IsAnswered() && !(byId.count(namedId) != 0 && callOf(*byId[namedId]) == call)) {
         ++misrouted;
         ADD_FAILURE() << call << " returned " << docket.ReadReply() << docket.ReadDeliveryError();
         continue;
       }
       empty += !docket.IsAnswered();
-      good += docket.IsAnswered() && docket.IsReplyValid();
-      failed += docket.IsAnswered() && !docket.IsReplyValid();
-      std::size_t first = 0;  // the first request of the call with a stored answer
-      while (first < own.size() && stored.count(own[first]->requestId) == 0)
-        ++first;
+      // The first request of the call whose answer was stored.
+      const std::size_t first = std::find_if(own.begin(), own.end(), [&](const auto* r) { return stored.count(r->requestId) != 0; }) - own.begin();
       if (first == own.size()) {
         EXPECT_FALSE(docket.IsAnswered()) << call;
         EXPECT_EQ(own.size(), kAttempts) << call;
-        continue;
+      } else if (!docket.IsAnswered() || namedId != own[first]->requestId || own.size() != first + 1) {
+        ++(own[first]->fault == SimulatedFault::Error ? errorResent : lostAtDeadline);
+        ADD_FAILURE() << call << ": the answer to " << own[first]->requestId << " was stored, but " << own.size() << " requests were sent and "
+                      << (docket.IsAnswered() ? "the answer to " + namedId : std::string("nothing")) << " was returned";
       }
-      if (docket.IsAnswered() && namedId == own[first]->requestId && own.size() == first + 1)
-        continue;
-      ++(own[first]->fault == SimulatedFault::Error ? errorResent : lostAtDeadline);
-      ADD_FAILURE() << call << ": the answer to " << own[first]->requestId << " was stored, but "
-                    << own.size() << " requests were sent and "
-                    << (docket.IsAnswered() ? "the answer to " + namedId : std::string("nothing"))
-                    << " was returned";
     }
   }
-  unsigned int exhausted = 0;
-  for (const auto& entry : log.Entries())
-    exhausted += entry.text == "Maximum number of retries (2) reached.";
   EXPECT_EQ(exhausted, empty);
-
-  std::map<SimulatedFault, unsigned int> faults;
-  unsigned int stalled = 0;
-  for (const SimulatedRequest& request : requests) {
-    ++faults[request.fault];
-    stalled += request.stall.count() > 0;
-  }
-  std::cout << "deadline stress, seed " << seed << ": " << kCallers * kCalls << " calls in "
-            << std::chrono::duration_cast<std::chrono::milliseconds>(elapsed).count() << " ms, "
-            << swaps << " handler swaps; " << requests.size() << " requests (no answer "
-            << faults[SimulatedFault::NoAnswer] << ", late " << faults[SimulatedFault::Late]
-            << ", duplicate " << faults[SimulatedFault::Duplicate] << ", error "
-            << faults[SimulatedFault::Error] << ", empty id " << faults[SimulatedFault::EmptyId]
-            << ", unknown id " << faults[SimulatedFault::UnknownId] << ", stalled " << stalled << "); "
-            << good << " answered, " << failed << " error answers, " << empty << " empty; lost at deadline " << lostAtDeadline
-            << ", misrouted " << misrouted << ", error answers re-sent " << errorResent << std::endl;
+  std::cout << "deadline stress, seed " << seed << ": " << kCallers * kCalls << " calls, " << swaps << " handler swaps; " << requests.size() << " requests ("
+            << stalled << " stalled); " << empty << " empty; lost at deadline " << lostAtDeadline << ", misrouted " << misrouted << ", error answers re-sent " << errorResent << std::endl;
   EXPECT_EQ(lostAtDeadline + misrouted + errorResent, 0u);
 }
 
