@@ -1,4 +1,5 @@
-// The configuration file read under a fault-injecting read(): this program
+// The configuration file where it is not a small regular file, or read
+// under a fault-injecting read(): this program
 // defines read() itself, so every read() of the library (and of the C++
 // library) comes here first. While a test has armed a Fault, the reads of
 // the one file it names misbehave as the Fault says; all other reads, and
@@ -68,35 +69,59 @@ ReadFunction NextRead() {
 
 const std::string kContent = "<ZelAppHostConfig WithoutKNX='1'/>";
 
-TEST(AppHostConfigFileFault, ReadsThatMisbehave) {
+// Whatever lies at the path or however its reads misbehave, the load either
+// reads it or ends in the can-not-be-read failure and changes nothing;
+// never more than 1 MiB is read (a hang is the test's time-out).
+TEST(AppHostConfigFileFault, WhatCannotBeReadChangesNothing) {
+  const std::string dir = ::testing::TempDir();
+  const std::string fifo = dir + "fault.fifo";  // no writer: opening it would wait for ever
+  ::unlink(fifo.c_str());
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+  std::ofstream(dir + "fault.sparse", std::ios::binary | std::ios::trunc) << kContent;
+  // 3 GiB (the largest size where off_t has 32 bits), taking almost no disk.
+  ASSERT_EQ(::truncate((dir + "fault.sparse").c_str(), sizeof(off_t) >= 8 ? static_cast<off_t>(3LL << 30) : std::numeric_limits<off_t>::max()), 0);
+  std::ofstream(dir + "fault.unreadable", std::ios::binary | std::ios::trunc) << kContent;
+  ::chmod((dir + "fault.unreadable").c_str(), 0);
+  std::ofstream(dir + "fault.big", std::ios::binary | std::ios::trunc) << std::string(kMiB + 1, ' ');
+  std::ofstream(dir + "fault.max", std::ios::binary | std::ios::trunc) << kContent + std::string(kMiB - kContent.size(), ' ');
   const struct {
     const char* label;
-    Fault fault;  // chunk, interrupt, failAt, removeAtFirstRead, length
-    bool loaded;  // else: cannot be read, nothing changed
+    std::string path;  // empty: a small file read under the fault
+    Fault fault;       // chunk, interrupt, failAt, removeAtFirstRead, length
+    bool loaded;       // else: cannot be read, nothing changed
   } cases[] = {
-      {"short reads of 3 bytes", {3}, true},
-      {"short reads of 1 byte, interrupted", {1, true}, true},
-      {"removed between open and read", {0, false, kEndless, true}, true},
-      {"read error at the start", {0, false, 0}, false},
-      {"read error after 10 bytes", {4, false, 10}, false},
-      {"grows to 1 MiB while read", {0, false, kEndless, false, kMiB}, true},
-      {"grows past 1 MiB while read", {0, false, kEndless, false, kMiB + 1}, false},
-      {"never ends", {0, false, kEndless, false, kEndless}, false},
-      {"never ends, in short reads", {4096, false, kEndless, false, kEndless}, false},
+      {"short reads of 3 bytes", "", {3}, true},
+      {"short reads of 1 byte, interrupted", "", {1, true}, true},
+      {"removed between open and read", "", {0, false, kEndless, true}, true},
+      {"read error at the start", "", {0, false, 0}, false},
+      {"read error after 10 bytes", "", {4, false, 10}, false},
+      {"grows to 1 MiB while read", "", {0, false, kEndless, false, kMiB}, true},
+      {"grows past 1 MiB while read", "", {0, false, kEndless, false, kMiB + 1}, false},
+      {"never ends", "", {0, false, kEndless, false, kEndless}, false},
+      {"never ends, in short reads", "", {4096, false, kEndless, false, kEndless}, false},
+      {"a directory", dir, {}, false},
+      {"a FIFO", fifo, {}, false},
+      {"/dev/zero", "/dev/zero", {}, false},
+      {"3 GiB", dir + "fault.sparse", {}, false},
+      {"1 MiB and a byte", dir + "fault.big", {}, false},
+      {"1 MiB", dir + "fault.max", {}, true},
+      {"no read permission", dir + "fault.unreadable", {}, ::geteuid() == 0},  // root reads it anyway
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.label);
+    const std::string path = c.path.empty() ? dir + "fault.xml" : c.path;
     Fault fault = c.fault;
     AppHostConfiguration config;
     Tests::LogCapture log;
-    Arm(fault, ::testing::TempDir() + "fault.xml", kContent);
-    config.LoadConfigurationFile(fault.path);
+    if (c.path.empty())
+      Arm(fault, path, kContent);
+    config.LoadConfigurationFile(path);
     g_fault.store(nullptr);
-    EXPECT_GT(fault.reads, 0u);
+    EXPECT_EQ(fault.reads > 0, c.path.empty());
     EXPECT_LE(fault.delivered, kMiB + 4096);  // nothing read beyond the bound
     EXPECT_EQ(config.IsAppHostWithoutKNX(), c.loaded);
-    EXPECT_TRUE(c.loaded ? log.Empty() : log.Equals({Tests::Error("App host config file cannot be read from: \"" + fault.path + "\"")}));
-    ::unlink(fault.path.c_str());
+    EXPECT_TRUE(c.loaded ? log.Empty() : log.Equals({Tests::Error("App host config file cannot be read from: \"" + path + "\"")}));
+    EXPECT_TRUE(c.path.empty() || LoadFile(path).has_value() == c.loaded);
   }
 }
 

@@ -5,11 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <fstream>
-#include <limits>
 #include <sstream>
 #include <stdexcept>
 #include <tuple>
@@ -46,12 +42,9 @@ std::string Wrap(const std::string& inner) {
 // the response data points.
 std::string State(const AppHostConfiguration& c) {
   std::ostringstream s;
-  s << c.IsAppHostWithoutKNX() << c.IsAppHostTerminateOnFirmwareUpdate() << c.IsInAppDebugMode()
-    << c.IsAppHostStartupDisabled() << c.IsAppConnectorHostStartupDisabled();
-  for (const auto* path : {&c.GetRootPathNativeApp(), &c.GetRootPathManagedApp(), &c.GetRootPathAppHost(),
-                           &c.GetRootPathAppConnectorHost(), &c.GetPathObjectModelConfig()}) {
+  s << c.IsAppHostWithoutKNX() << c.IsAppHostTerminateOnFirmwareUpdate() << c.IsInAppDebugMode() << c.IsAppHostStartupDisabled() << c.IsAppConnectorHostStartupDisabled();
+  for (const auto* path : {&c.GetRootPathNativeApp(), &c.GetRootPathManagedApp(), &c.GetRootPathAppHost(), &c.GetRootPathAppConnectorHost(), &c.GetPathObjectModelConfig()})
     s << ' ' << (*path ? (*path)->string() : "-");
-  }
   for (const unsigned long dp : c.GetResponseDataPoints())
     s << ' ' << dp;
   return s.str();
@@ -60,28 +53,11 @@ std::string State(const AppHostConfiguration& c) {
 TEST(AppHostConfig, LoadsAppliedInOrder) {
   // Each case loads its texts in turn into one configuration; the state after each load.
   const std::pair<const char*, std::vector<std::pair<std::string, const char*>>> cases[] = {
-      {"byte order mark; the example loaded twice appends the points",
-       {{"\xEF\xBB\xBF<ZelAppHostConfig WithoutKNX='1'/>", "10000 - - - - -"}, {kExample, "10111 - - /x - - 17 42"}, {kExample, "10111 - - /x - - 17 42 17 42"}}},
+      {"byte order mark; the example loaded twice appends the points", {{"\xEF\xBB\xBF<ZelAppHostConfig WithoutKNX='1'/>", "10000 - - - - -"}, {kExample, "10111 - - /x - - 17 42"}, {kExample, "10111 - - /x - - 17 42 17 42"}}},
       // Intended: anything but exactly "0" is true, also false, no and the empty text.
-      {"debugging children need debug mode; only exactly 0 is false",
-       {{Wrap("<Debugging><App RootPath='/n'/><AppHost DisableStartup='1'/></Debugging>"), "00000 - - - - -"},
-        {"<ZelAppHostConfig WithoutKNX='' TerminateOnFirmwareUpdate='no'><Debugging Active='false'>"
-         "<AppConnectorHost DisableStartup=' 0'/></Debugging></ZelAppHostConfig>",
-         "11101 - - - - -"},
-        {"<ZelAppHostConfig WithoutKNX='0' TerminateOnFirmwareUpdate='0'><Debugging><AppHost DisableStartup='0'/>"
-         "<AppConnectorHost DisableStartup='0'/></Debugging><Debugging Active='0'/></ZelAppHostConfig>",
-         "00000 - - - - -"}}},
-      {"every element, several roots",
-       {{"<?xml version='1.0'?><Other WithoutKNX='1'/><ZelAppHostConfig TerminateOnFirmwareUpdate='1'>"
-         "<ObjectModelConfig Path='/om1'/><Debugging Active='1'>text<App RootPath='/n'/><ManagedApp RootPath='/m'/>"
-         "<Other RootPath='/o'/><AppConnectorHost RootPath='/c' DisableStartup='1'/></Debugging></ZelAppHostConfig>" +
-             Wrap("<ObjectModelConfig Path='/om2'/><ObjectModelConfig/>"),
-         "01101 /n /m - /c /om2"}}},
-      {"only a first ResponseDps counts",
-       {{Wrap("<OmbConfig><Other/><ResponseDps><Dp ObjId='1'/></ResponseDps></OmbConfig><OmbConfig>t<ResponseDps>"
-              "<Dp ObjId='2'/><X ObjId='9'/><Dp/><Dp ObjId='3'/></ResponseDps><ResponseDps><Dp ObjId='4'/>"
-              "</ResponseDps></OmbConfig>"),
-         "00000 - - - - - 2 3"}}},
+      {"debugging children need debug mode; only exactly 0 is false", {{Wrap("<Debugging><App RootPath='/n'/><AppHost DisableStartup='1'/></Debugging>"), "00000 - - - - -"}, {"<ZelAppHostConfig WithoutKNX='' TerminateOnFirmwareUpdate='no'><Debugging Active='false'><AppConnectorHost DisableStartup=' 0'/></Debugging></ZelAppHostConfig>", "11101 - - - - -"}, {"<ZelAppHostConfig WithoutKNX='0' TerminateOnFirmwareUpdate='0'><Debugging><AppHost DisableStartup='0'/><AppConnectorHost DisableStartup='0'/></Debugging><Debugging Active='0'/></ZelAppHostConfig>", "00000 - - - - -"}}},
+      {"every element, several roots", {{"<?xml version='1.0'?><Other WithoutKNX='1'/><ZelAppHostConfig TerminateOnFirmwareUpdate='1'><ObjectModelConfig Path='/om1'/><Debugging Active='1'>text<App RootPath='/n'/><ManagedApp RootPath='/m'/><Other RootPath='/o'/><AppConnectorHost RootPath='/c' DisableStartup='1'/></Debugging></ZelAppHostConfig>" + Wrap("<ObjectModelConfig Path='/om2'/><ObjectModelConfig/>"), "01101 /n /m - /c /om2"}}},
+      {"only a first ResponseDps counts", {{Wrap("<OmbConfig><Other/><ResponseDps><Dp ObjId='1'/></ResponseDps></OmbConfig><OmbConfig>t<ResponseDps><Dp ObjId='2'/><X ObjId='9'/><Dp/><Dp ObjId='3'/></ResponseDps><ResponseDps><Dp ObjId='4'/></ResponseDps></OmbConfig>"), "00000 - - - - - 2 3"}}},
   };
   for (const auto& [label, loads] : cases) {
     AppHostConfiguration config;
@@ -112,11 +88,8 @@ TEST(AppHostConfig, ObjIdConvertsLikeStoulOnThirtyTwoBits) {
 TEST(AppHostConfig, BadObjIdPropagatesAndKeepsWhatWasApplied) {
   AppHostConfiguration config;
   Tests::LogCapture log;
-  const std::string xml = Wrap(
-      "<Debugging Active='1'><AppHost DisableStartup='1'/></Debugging><OmbConfig>"
-      "<ResponseDps><Dp ObjId='5'/><Dp ObjId='x'/></ResponseDps></OmbConfig>"
-      "<ObjectModelConfig Path='/late'/>");
-  EXPECT_THROW(config.LoadConfigurationFile(WriteFile(xml)), std::invalid_argument);
+  const std::string xml = "<Debugging Active='1'><AppHost DisableStartup='1'/></Debugging><OmbConfig><ResponseDps><Dp ObjId='5'/><Dp ObjId='x'/></ResponseDps></OmbConfig><ObjectModelConfig Path='/late'/>";
+  EXPECT_THROW(config.LoadConfigurationFile(WriteFile(Wrap(xml))), std::invalid_argument);
   EXPECT_TRUE(log.Empty());
   EXPECT_EQ(State(config), "00110 - - - - - 5");  // the connector rule runs only after a complete load
 }
@@ -128,18 +101,12 @@ TEST(AppHostConfig, FileFailuresAreLoggedAndKeepEarlierValues) {
   for (const char* bad : {"ZelAppHostConfig", "<ZelAppHostConfig WithoutKNX='0'>", "<ZelAppHostConfig WithoutKNX=0/>"})
     config.LoadConfigurationFile(WriteFile(bad, "bad.xml"));
   config.LoadConfigurationFile(TempPath("missing \"a&b\".xml"));
-  const std::string zeroByte = "<ZelAppHostConfig TerminateOnFirmwareUpdate='1'/>";
-  config.LoadConfigurationFile(WriteFile(zeroByte + '\0' + '<'));  // the parser stops at the zero byte
+  config.LoadConfigurationFile(WriteFile(std::string("<ZelAppHostConfig TerminateOnFirmwareUpdate='1'/>") + '\0' + '<'));  // the parser stops at the zero byte
   const Tests::ExpectedEntry fallBack = Error("Falling back to standard configuration.");
-  std::vector<Tests::ExpectedEntry> expected = {
-      Error("Failed to read configuration file: expected <"), fallBack,
-      Error("Failed to read configuration file: unexpected end of data"), fallBack,
-      Error("Failed to read configuration file: expected ' or \""), fallBack,
-      Error("App host config file cannot be read from: \"" + TempPath("missing &\"a&&b&\".xml") + "\"")};
+  std::vector<Tests::ExpectedEntry> expected = {Error("Failed to read configuration file: expected <"), fallBack, Error("Failed to read configuration file: unexpected end of data"), fallBack, Error("Failed to read configuration file: expected ' or \""), fallBack, Error("App host config file cannot be read from: \"" + TempPath("missing &\"a&&b&\".xml") + "\"")};
   if (!std::ifstream(kAppHostConfigFilePath)) {  // the fixed path, where no device file is installed
     config.LoadConfigurationFile();
-    expected.push_back(
-        Error("App host config file cannot be read from: \"/opt/userdata/etc/zelapphost/zelapphostconfig.xml\""));
+    expected.push_back(Error("App host config file cannot be read from: \"/opt/userdata/etc/zelapphost/zelapphostconfig.xml\""));
   }
   EXPECT_TRUE(log.Equals(expected));
   EXPECT_EQ(State(config), "11111 - - /x - - 17 42");
@@ -190,36 +157,6 @@ TEST(AppHostConfig, NestingIsBoundedBeforeTheParserSeesIt) {
   Tests::LogCapture log;
   config.LoadConfigurationFile(WriteFile(Nested(100000)));  // 700 KB
   EXPECT_TRUE(log.Equals({deep, Error("Falling back to standard configuration.")}));
-}
-
-// Whatever lies at the path, the load ends in the can-not-be-read failure
-// without reading more than 1 MiB (a hang is the test's time-out), and
-// changes nothing.
-TEST(AppHostConfig, FilesThatAreNotSmallRegularFilesCannotBeRead) {
-  const std::string fifo = TempPath(".fifo");  // no writer: opening it would wait for ever
-  ::unlink(fifo.c_str());
-  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
-  // 3 GiB (the largest size where off_t has 32 bits), taking almost no disk.
-  const std::string sparse = WriteFile("<ZelAppHostConfig WithoutKNX='1'/>", ".sparse");
-  ASSERT_EQ(::truncate(sparse.c_str(), sizeof(off_t) >= 8 ? static_cast<off_t>(3LL << 30) : std::numeric_limits<off_t>::max()), 0);
-  const std::string unreadable = WriteFile("<ZelAppHostConfig WithoutKNX='1'/>", ".unreadable");
-  ::chmod(unreadable.c_str(), 0);
-  std::vector<std::string> paths = {::testing::TempDir(), fifo, "/dev/zero", sparse, WriteFile(std::string(1024 * 1024 + 1, ' '), ".big")};
-  if (::geteuid() != 0)
-    paths.push_back(unreadable);  // root reads it anyway
-  for (const std::string& path : paths) {
-    AppHostConfiguration config;
-    Tests::LogCapture log;
-    config.LoadConfigurationFile(path);
-    EXPECT_TRUE(log.Equals({Error("App host config file cannot be read from: \"" + path + "\"")})) << path;
-    EXPECT_EQ(State(config), "00000 - - - - -") << path;
-    EXPECT_FALSE(LoadFile(path)) << path;
-  }
-  // At the bound it is read.
-  const std::string padded = "<ZelAppHostConfig WithoutKNX='1'/>";
-  AppHostConfiguration config;
-  config.LoadConfigurationFile(WriteFile(padded + std::string(1024 * 1024 - padded.size(), ' '), ".max"));
-  EXPECT_TRUE(config.IsAppHostWithoutKNX());
 }
 
 TEST(AppHostConfig, FlagSettersAndTheirIntendedAsymmetry) {
