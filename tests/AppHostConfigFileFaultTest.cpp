@@ -41,8 +41,7 @@ struct Fault {
 
   // Filled in by Arm() and the reads.
   std::string path;  // the file whose reads misbehave
-  dev_t device = 0;
-  ino_t inode = 0;
+  struct stat file {};
   unsigned int reads = 0;
   std::size_t delivered = 0;
 };
@@ -52,11 +51,8 @@ std::atomic<Fault*> g_fault{nullptr};
 // Writes `content` to `path` and arms `fault` for its reads, until g_fault is reset.
 void Arm(Fault& fault, const std::string& path, const std::string& content) {
   std::ofstream(path, std::ios::binary | std::ios::trunc) << content;
-  struct stat status {};
-  EXPECT_EQ(::stat(path.c_str(), &status), 0) << path;
+  EXPECT_EQ(::stat(path.c_str(), &fault.file), 0) << path;
   fault.path = path;
-  fault.device = status.st_dev;
-  fault.inode = status.st_ino;
   g_fault.store(&fault);
 }
 
@@ -146,7 +142,7 @@ TEST(AppHostConfigFileFault, ShortReadsKeepEveryByte) {
 extern "C" __attribute__((visibility("default"))) ssize_t read(int fd, void* buffer, std::size_t count) {
   Zel::Fault* const fault = Zel::g_fault.load();
   struct stat status {};
-  if (fault == nullptr || ::fstat(fd, &status) != 0 || status.st_dev != fault->device || status.st_ino != fault->inode)
+  if (fault == nullptr || ::fstat(fd, &status) != 0 || status.st_dev != fault->file.st_dev || status.st_ino != fault->file.st_ino)
     return Zel::NextRead()(fd, buffer, count);
   ++fault->reads;
   if (fault->removeAtFirstRead && fault->reads == 1)
