@@ -1,4 +1,5 @@
-// The configuration file read under a fault-injecting read(): this program
+// The configuration file where it is not a small regular file, or read
+// under a fault-injecting read(): this program
 // defines read() itself, so every read() of the library (and of the C++
 // library) comes here first. While a test has armed a Fault, the reads of
 // the one file it names misbehave as the Fault says; all other reads, and
@@ -28,38 +29,32 @@ constexpr std::size_t kMiB = 1024 * 1024;
 constexpr std::size_t kEndless = std::numeric_limits<std::size_t>::max();
 
 struct Fault {
-  std::string path;                // the file whose reads misbehave
-  std::size_t chunk = 0;           // at most this many bytes per read (0: as many as asked)
-  bool interrupt = false;          // every other read fails with EINTR before reading
-  std::size_t failAt = kEndless;   // EIO once this many bytes were delivered
-  bool removeAtFirstRead = false;  // the file is unlinked before the first read
+  Fault(std::size_t chunk = 0, bool interrupt = false, std::size_t failAt = kEndless, bool removeAtFirstRead = false, std::size_t length = 0)
+      : chunk(chunk), interrupt(interrupt), failAt(failAt), removeAtFirstRead(removeAtFirstRead), length(length) {}
+  std::size_t chunk;       // at most this many bytes per read (0: as many as asked)
+  bool interrupt;          // every other read fails with EINTR before reading
+  std::size_t failAt;      // EIO once this many bytes were delivered
+  bool removeAtFirstRead;  // the file is unlinked before the first read
   // The file reads as this long (kEndless: never ends): its bytes, then
   // spaces, although it does not grow on disk.
-  std::size_t length = 0;
+  std::size_t length;
 
   // Filled in by Arm() and the reads.
-  dev_t device = 0;
-  ino_t inode = 0;
+  std::string path;  // the file whose reads misbehave
+  struct stat file {};
   unsigned int reads = 0;
   std::size_t delivered = 0;
 };
 
 std::atomic<Fault*> g_fault{nullptr};
 
-// Arms `fault` for the lifetime of the object.
-class Armed {
- public:
-  explicit Armed(Fault& fault) {
-    struct stat status {};
-    EXPECT_EQ(::stat(fault.path.c_str(), &status), 0) << fault.path;
-    fault.device = status.st_dev;
-    fault.inode = status.st_ino;
-    g_fault.store(&fault);
-  }
-  ~Armed() { g_fault.store(nullptr); }
-  Armed(const Armed&) = delete;
-  Armed& operator=(const Armed&) = delete;
-};
+// Writes `content` to `path` and arms `fault` for its reads, until g_fault is reset.
+void Arm(Fault& fault, const std::string& path, const std::string& content) {
+  std::ofstream(path, std::ios::binary | std::ios::trunc) << content;
+  EXPECT_EQ(::stat(path.c_str(), &fault.file), 0) << path;
+  fault.path = path;
+  g_fault.store(&fault);
+}
 
 using ReadFunction = ssize_t (*)(int, void*, std::size_t);
 
@@ -68,30 +63,75 @@ ReadFunction NextRead() {
   return next;
 }
 
-ssize_t FaultyRead(Fault& fault, int fd, void* buffer, std::size_t count) {
-  ++fault.reads;
-  if (fault.removeAtFirstRead && fault.reads == 1)
-    ::unlink(fault.path.c_str());
-  if (fault.interrupt && fault.reads % 2 == 1) {
-    errno = EINTR;
-    return -1;
+const std::string kContent = "<ZelAppHostConfig WithoutKNX='1'/>";
+
+// Whatever lies at the path or however its reads misbehave, the load either
+// reads it or ends in the can-not-be-read failure and changes nothing;
+// never more than 1 MiB is read (a hang is the test's time-out).
+TEST(AppHostConfigFileFault, WhatCannotBeReadChangesNothing) {
+  const std::string dir = ::testing::TempDir();
+  const std::string fifo = dir + "fault.fifo";  // no writer: opening it would wait for ever
+  ::unlink(fifo.c_str());
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+  std::ofstream(dir + "fault.sparse", std::ios::binary | std::ios::trunc) << kContent;
+  // 3 GiB (the largest size where off_t has 32 bits), taking almost no disk.
+  ASSERT_EQ(::truncate((dir + "fault.sparse").c_str(), sizeof(off_t) >= 8 ? static_cast<off_t>(3LL << 30) : std::numeric_limits<off_t>::max()), 0);
+  std::ofstream(dir + "fault.unreadable", std::ios::binary | std::ios::trunc) << kContent;
+  ::chmod((dir + "fault.unreadable").c_str(), 0);
+  std::ofstream(dir + "fault.big", std::ios::binary | std::ios::trunc) << std::string(kMiB + 1, ' ');
+  std::ofstream(dir + "fault.max", std::ios::binary | std::ios::trunc) << kContent + std::string(kMiB - kContent.size(), ' ');
+  const struct {
+    const char* label;
+    std::string path;  // empty: a small file read under the fault
+    Fault fault;       // chunk, interrupt, failAt, removeAtFirstRead, length
+    bool loaded;       // else: cannot be read, nothing changed
+  } cases[] = {
+      {"short reads of 3 bytes", "", {3}, true},
+      {"short reads of 1 byte, interrupted", "", {1, true}, true},
+      {"removed between open and read", "", {0, false, kEndless, true}, true},
+      {"read error at the start", "", {0, false, 0}, false},
+      {"read error after 10 bytes", "", {4, false, 10}, false},
+      {"grows to 1 MiB while read", "", {0, false, kEndless, false, kMiB}, true},
+      {"grows past 1 MiB while read", "", {0, false, kEndless, false, kMiB + 1}, false},
+      {"never ends", "", {0, false, kEndless, false, kEndless}, false},
+      {"never ends, in short reads", "", {4096, false, kEndless, false, kEndless}, false},
+      {"a directory", dir, {}, false},
+      {"a FIFO", fifo, {}, false},
+      {"/dev/zero", "/dev/zero", {}, false},
+      {"3 GiB", dir + "fault.sparse", {}, false},
+      {"1 MiB and a byte", dir + "fault.big", {}, false},
+      {"1 MiB", dir + "fault.max", {}, true},
+      {"no read permission", dir + "fault.unreadable", {}, ::geteuid() == 0},  // root reads it anyway
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.label);
+    const std::string path = c.path.empty() ? dir + "fault.xml" : c.path;
+    Fault fault = c.fault;
+    AppHostConfiguration config;
+    Tests::LogCapture log;
+    if (c.path.empty())
+      Arm(fault, path, kContent);
+    config.LoadConfigurationFile(path);
+    g_fault.store(nullptr);
+    EXPECT_EQ(fault.reads > 0, c.path.empty());
+    EXPECT_LE(fault.delivered, kMiB + 4096);  // nothing read beyond the bound
+    EXPECT_EQ(config.IsAppHostWithoutKNX(), c.loaded);
+    EXPECT_TRUE(c.loaded ? log.Empty() : log.Equals({Tests::Error("App host config file cannot be read from: \"" + path + "\"")}));
+    EXPECT_TRUE(c.path.empty() || LoadFile(path).has_value() == c.loaded);
   }
-  if (fault.delivered >= fault.failAt) {
-    errno = EIO;
-    return -1;
+}
+
+// Every byte arrives, in order, however the reads are cut.
+TEST(AppHostConfigFileFault, ShortReadsKeepEveryByte) {
+  std::string bytes;
+  for (int i = 0; i < 70000; ++i)
+    bytes += static_cast<char>(i * 7 % 256);
+  for (const std::size_t chunk : {1u, 7u, 4096u, 65537u}) {
+    Fault fault{chunk, true};
+    Arm(fault, ::testing::TempDir() + "short.bin", bytes);
+    EXPECT_EQ(LoadFile(fault.path).value_or(std::vector<char>()), std::vector<char>(bytes.begin(), bytes.end())) << chunk;
+    g_fault.store(nullptr);
   }
-  if (fault.chunk != 0 && count > fault.chunk)
-    count = fault.chunk;
-  if (fault.failAt != kEndless && count > fault.failAt - fault.delivered)
-    count = fault.failAt - fault.delivered;
-  ssize_t got = NextRead()(fd, buffer, count);
-  if (got == 0 && fault.delivered < fault.length) {  // the file's end: pad up to the length
-    got = static_cast<ssize_t>(std::min(count, fault.length - fault.delivered));
-    std::memset(buffer, ' ', static_cast<std::size_t>(got));
-  }
-  if (got > 0)
-    fault.delivered += static_cast<std::size_t>(got);
-  return got;
 }
 
 }  // namespace
@@ -102,79 +142,25 @@ ssize_t FaultyRead(Fault& fault, int fd, void* buffer, std::size_t count) {
 extern "C" __attribute__((visibility("default"))) ssize_t read(int fd, void* buffer, std::size_t count) {
   Zel::Fault* const fault = Zel::g_fault.load();
   struct stat status {};
-  if (fault == nullptr || ::fstat(fd, &status) != 0 || status.st_dev != fault->device ||
-      status.st_ino != fault->inode) {
+  if (fault == nullptr || ::fstat(fd, &status) != 0 || status.st_dev != fault->file.st_dev || status.st_ino != fault->file.st_ino)
     return Zel::NextRead()(fd, buffer, count);
+  ++fault->reads;
+  if (fault->removeAtFirstRead && fault->reads == 1)
+    ::unlink(fault->path.c_str());
+  if (fault->interrupt && fault->reads % 2 == 1)
+    return errno = EINTR, -1;
+  if (fault->delivered >= fault->failAt)
+    return errno = EIO, -1;
+  if (fault->chunk != 0 && count > fault->chunk)
+    count = fault->chunk;
+  if (fault->failAt != Zel::kEndless && count > fault->failAt - fault->delivered)
+    count = fault->failAt - fault->delivered;
+  ssize_t got = Zel::NextRead()(fd, buffer, count);
+  if (got == 0 && fault->delivered < fault->length) {  // the file's end: pad up to the length
+    got = static_cast<ssize_t>(std::min(count, fault->length - fault->delivered));
+    std::memset(buffer, ' ', static_cast<std::size_t>(got));
   }
-  return Zel::FaultyRead(*fault, fd, buffer, count);
+  if (got > 0)
+    fault->delivered += static_cast<std::size_t>(got);
+  return got;
 }
-
-namespace Zel {
-namespace {
-
-const std::string kContent = "<ZelAppHostConfig WithoutKNX='1'/>";
-
-TEST(AppHostConfigFileFault, ReadsThatMisbehave) {
-  struct Case {
-    const char* label;
-    Fault fault;
-    bool loaded;  // else: cannot be read, nothing changed
-  };
-  const auto with = [](auto set) {
-    Fault fault;
-    set(fault);
-    return fault;
-  };
-  const Case cases[] = {
-      {"short reads of 3 bytes", with([](Fault& f) { f.chunk = 3; }), true},
-      {"short reads of 1 byte, interrupted", with([](Fault& f) { f.chunk = 1, f.interrupt = true; }), true},
-      {"removed between open and read", with([](Fault& f) { f.removeAtFirstRead = true; }), true},
-      {"read error at the start", with([](Fault& f) { f.failAt = 0; }), false},
-      {"read error after 10 bytes", with([](Fault& f) { f.failAt = 10, f.chunk = 4; }), false},
-      {"grows to 1 MiB while read", with([](Fault& f) { f.length = kMiB; }), true},
-      {"grows past 1 MiB while read", with([](Fault& f) { f.length = kMiB + 1; }), false},
-      {"never ends", with([](Fault& f) { f.length = kEndless; }), false},
-      {"never ends, in short reads", with([](Fault& f) { f.length = kEndless, f.chunk = 4096; }), false},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.label);
-    Fault fault = c.fault;
-    fault.path = ::testing::TempDir() + "fault.xml";
-    std::ofstream(fault.path, std::ios::binary | std::ios::trunc) << kContent;
-    AppHostConfiguration config;
-    Tests::LogCapture log;
-    {
-      const Armed armed(fault);
-      config.LoadConfigurationFile(fault.path);
-    }
-    EXPECT_GT(fault.reads, 0u);
-    EXPECT_LE(fault.delivered, kMiB + 4096);  // nothing read beyond the bound
-    EXPECT_EQ(config.IsAppHostWithoutKNX(), c.loaded);
-    if (c.loaded) {
-      EXPECT_TRUE(log.Empty());
-    } else {
-      EXPECT_TRUE(log.Equals({Tests::Error("App host config file cannot be read from: \"" + fault.path + "\"")}));
-    }
-    ::unlink(fault.path.c_str());
-  }
-}
-
-// Every byte arrives, in order, however the reads are cut.
-TEST(AppHostConfigFileFault, ShortReadsKeepEveryByte) {
-  std::string bytes;
-  for (int i = 0; i < 70000; ++i)
-    bytes += static_cast<char>(i * 7 % 256);
-  for (const std::size_t chunk : {1u, 7u, 4096u, 65537u}) {
-    Fault fault;
-    fault.path = ::testing::TempDir() + "short.bin";
-    fault.chunk = chunk;
-    fault.interrupt = true;
-    std::ofstream(fault.path, std::ios::binary | std::ios::trunc) << bytes;
-    const Armed armed(fault);
-    EXPECT_EQ(LoadFile(fault.path).value_or(std::vector<char>()), std::vector<char>(bytes.begin(), bytes.end()))
-        << chunk;
-  }
-}
-
-}  // namespace
-}  // namespace Zel
