@@ -185,10 +185,10 @@ TEST_F(ZelknxMonitor, DecodesEveryTelegramWithTheGroupAddressList) {
   StartMonitor({"--ga-csv", m_dir + "/ga.csv", "--count", "2"});
   int status = -1;
   // Sends until both telegrams reached the listening monitor and it ended.
-  EXPECT_TRUE(WaitFor([&] {
+  ASSERT_TRUE(WaitFor([&] {
     Send("groupwrite 1/2/7 56");
     return waitpid(m_monitor, &status, WNOHANG) == m_monitor;
-  }));
+  }));  // else TearDown stops it
   m_monitor = -1;
   EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
   lines = Lines();
