@@ -11,16 +11,13 @@
 #include <set>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
 namespace {
 
 using namespace Zelknx;
-
-std::string Spelled(const boost::optional<Zel::KNXDPT>& dpt) {
-  return dpt ? std::to_string(dpt->mainNumber) + "." + std::to_string(dpt->subNumber) : "none";
-}
 
 TEST(ZelknxDptNames, EverySpellingOfADpt) {
   const std::vector<std::pair<const char*, const char*>> cases = {
@@ -31,76 +28,49 @@ TEST(ZelknxDptNames, EverySpellingOfADpt) {
       {"DPT-9", "9.0"},
       {"DPT_Value_Temp", "9.1"},
       {"dpt_value_temp", "9.1"},
-      {"DPST-14-56", "14.56"},
       {"DPT_Value_Power", "14.56"},
       {"DPST-232-600", "232.600"},
-      {"DPT_Switch", "1.1"},
-      {"DPST-20-102", "20.102"},
       // Not DPTs.
       {"", "none"},
       {"9.x", "none"},
       {"DPST-9", "none"},
       {"DPT-9-1", "none"},
-      {"DPST-9.1", "none"},
       {"DPT_NoSuchType", "none"},
-      {"Value_Temp", "none"},
-      {"0x90001", "none"},
       {"9.001.1", "none"},
       {"DPST--1", "none"},
       {"65536.1", "none"},
   };
   for (const auto& c : cases) {
-    EXPECT_EQ(Spelled(ParseDptSpelling(c.first)), c.second) << c.first;
+    const auto dpt = ParseDptSpelling(c.first);
+    EXPECT_EQ(dpt ? std::to_string(dpt->mainNumber) + "." + std::to_string(dpt->subNumber) : "none", c.second) << c.first;
   }
 }
 
+// A DPT's name in the table, and the unit printed beside the library's value.
+std::string NameAndUnit(unsigned short main, unsigned short sub) {
+  const Zel::KNXDPT dpt{0, main, sub};
+  const DptNameEntry* entry = FindDptName(dpt);
+  return std::string(entry == nullptr ? "(none)" : entry->name) + " / " + (ValueUnit(dpt) == nullptr ? "(none)" : ValueUnit(dpt));
+}
+
 TEST(ZelknxDptNames, NamesAndUnitsOfTheStandard) {
-  struct Case {
-    unsigned short main, sub;
-    const char* name;
-    const char* valueUnit;  // printed beside the library's value; null for none
-  };
-  const std::vector<Case> cases = {
-      {9, 1, "DPT_Value_Temp", "°C"},
-      {9, 4, "DPT_Value_Lux", "lux"},
-      {14, 56, "DPT_Value_Power", "W"},
-      {7, 1, "DPT_Value_2_Ucount", "pulses"},
-      {1, 1, "DPT_Switch", nullptr},
-      {9, 99, "2-octet float value", nullptr},    // unknown sub: the main type
-      {14, 0, "DPT_Value_Acceleration", "m/s²"},  // 14.000 is a subtype of its own
-      // The library hands out 5.001's encoded number (0..255), not percent.
-      {5, 1, "DPT_Scaling", nullptr},
-      {8, 10, "DPT_Percent_V16", nullptr},
-  };
-  for (const Case& c : cases) {
-    Zel::KNXDPT dpt;
-    dpt.mainNumber = c.main;
-    dpt.subNumber = c.sub;
-    SCOPED_TRACE(DptName(dpt));
-    const DptNameEntry* entry = FindDptName(dpt);
-    ASSERT_NE(entry, nullptr);
-    EXPECT_STREQ(entry->name, c.name);
-    const char* unit = ValueUnit(dpt);
-    EXPECT_EQ(unit == nullptr ? std::string("(none)") : unit, c.valueUnit == nullptr ? "(none)" : c.valueUnit);
-  }
-  EXPECT_STREQ(FindDptName(*ParseDpt("5.001"))->unit, "%");  // the standard's unit is still known
-  Zel::KNXDPT unknown;
-  unknown.mainNumber = 99;
-  EXPECT_EQ(FindDptName(unknown), nullptr);
+  EXPECT_EQ(NameAndUnit(9, 1), "DPT_Value_Temp / °C");
+  EXPECT_EQ(NameAndUnit(9, 99), "2-octet float value / (none)");   // unknown sub: the main type
+  EXPECT_EQ(NameAndUnit(14, 0), "DPT_Value_Acceleration / m/s²");  // 14.000 is a subtype of its own
+  EXPECT_EQ(NameAndUnit(99, 0), "(none) / (none)");
+  // The library hands out 5.001's and 8.010's encoded numbers, not percent;
+  // the standard's unit is still known.
+  EXPECT_EQ(NameAndUnit(5, 1), "DPT_Scaling / (none)");
+  EXPECT_EQ(NameAndUnit(8, 10), "DPT_Percent_V16 / (none)");
+  EXPECT_STREQ(FindDptName(*ParseDpt("5.001"))->unit, "%");
 }
 
 // Every main number of the library's DPT table and of its object-model
 // value types has a name; no (main, sub) pair is named twice, and no name
 // stands for two DPTs, so that a name reads back as its DPT.
 TEST(ZelknxDptNames, TableCoversTheLibrarysMainNumbersOnce) {
-  const std::vector<unsigned short> mains = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15,
-                                             16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29, 30,
-                                             31, 200, 201, 202, 217, 219, 222, 229, 230, 232, 234, 236, 237, 238};
-  for (const unsigned short main : mains) {
-    Zel::KNXDPT dpt;
-    dpt.mainNumber = main;
-    dpt.subNumber = 0xFFFF;
-    EXPECT_NE(FindDptName(dpt), nullptr) << main;
+  for (const unsigned short main : {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29, 30, 31, 200, 201, 202, 217, 219, 222, 229, 230, 232, 234, 236, 237, 238}) {
+    EXPECT_NE(FindDptName(Zel::KNXDPT{0, main, 0xFFFF}), nullptr) << main;
   }
   std::set<std::string> names;
   std::set<std::pair<unsigned, unsigned>> subtypes;
@@ -117,93 +87,47 @@ TEST(ZelknxDptNames, TableCoversTheLibrarysMainNumbersOnce) {
   }
 }
 
-TEST(ZelknxValueText, IntegersAsTheDevicesTypesCarryThem) {
+// "-" is the value that the table's decoders give for invalid data: type 0
+// whatever the type asked for.
+TEST(ZelknxValueText, IntegersAsTheDevicesTypesCarryThemAndNoValue) {
   struct Case {
     TavValueType type;
     const char* text;
-    bool accepted;
-    std::uint32_t bits;  // the 32-bit storage
+    const char* parsed;  // the type and the 32-bit storage, or "refused"
   };
   const std::vector<Case> cases = {
-      {ivtWord, "70000", true, 70000},
-      {ivtWord, "4294967295", true, 4294967295u},
-      {ivtWord, "4294967296", false, 0},
-      {ivtWord, "-1", false, 0},
-      {ivtDWord, "0xffffffff", true, 0xFFFFFFFFu},
-      {ivtInteger, "-2147483648", true, 0x80000000u},
-      {ivtInteger, "2147483648", false, 0},
-      {ivtInteger, "-2147483649", false, 0},
-      {ivtByte, "255", true, 255},
-      {ivtByte, "-128", true, 0x80},
-      {ivtByte, "256", false, 0},
-      {ivtByte, "-129", false, 0},
+      {ivtWord, "70000", "ivtWord 70000"},
+      {ivtWord, "4294967295", "ivtWord 4294967295"},
+      {ivtWord, "4294967296", "refused"},
+      {ivtWord, "-1", "refused"},
+      {ivtDWord, "0xffffffff", "ivtDWord 4294967295"},
+      {ivtInteger, "-2147483648", "ivtInteger 2147483648"},
+      {ivtInteger, "2147483648", "refused"},
+      {ivtByte, "255", "ivtByte 255"},
+      {ivtByte, "-128", "ivtByte 128"},
+      {ivtByte, "256", "refused"},
+      {ivtByte, "-129", "refused"},
+      {ivtFloat, "-", "ivtNone -"},
+      {ivtString, "-", "ivtNone -"},
   };
   for (const Case& c : cases) {
-    SCOPED_TRACE(std::string(TAVVALUE::GetNameFromValueType(c.type)) + " " + c.text);
     const auto value = ParseValue(c.type, c.text);
-    ASSERT_EQ(bool(value), c.accepted);
-    if (value) {
-      EXPECT_EQ(value->ivt, c.type);
-      EXPECT_EQ(value->GetDWord(), c.bits);
-    }
-  }
-}
-
-// "-" is the value that the table's decoders give for invalid data.
-TEST(ZelknxValueText, NoValueIsTypeZero) {
-  for (const TavValueType type : {ivtFloat, ivtWord, ivtString, ivtEmpty}) {
-    const auto value = ParseValue(type, "-");
-    ASSERT_TRUE(value);
-    EXPECT_EQ(value->ivt, ivtNone);
-    EXPECT_EQ(FormatValue(*value), "-");
-  }
-}
-
-TEST(ZelknxValueText, HexPayloads) {
-  const std::vector<std::pair<const char*, std::vector<std::uint8_t>>> good = {
-      {"0c33", {0x0C, 0x33}},
-      {"0C 33", {0x0C, 0x33}},
-      {"0c:33", {0x0C, 0x33}},
-      {"0 c3 3", {0x0C, 0x33}},
-      {"", {}},
-      {"fF", {0xFF}},
-  };
-  for (const auto& c : good) {
-    std::string error;
-    const auto octets = ParseHex(c.first, error);
-    ASSERT_TRUE(octets) << c.first << ": " << error;
-    EXPECT_EQ(*octets, c.second) << c.first;
-  }
-  const std::vector<std::pair<const char*, const char*>> bad = {
-      {"0g33", "bad hex string '0g33'"},
-      {"0c3", "odd number of hex digits in '0c3'"},
-      {"0x0c", "bad hex string '0x0c'"},
-  };
-  for (const auto& c : bad) {
-    std::string error;
-    EXPECT_FALSE(ParseHex(c.first, error)) << c.first;
-    EXPECT_EQ(error, c.second);
+    const std::string parsed = !value ? "refused" : std::string(TAVVALUE::GetNameFromValueType(value->ivt)) + " " + (value->ivt == ivtNone ? FormatValue(*value) : std::to_string(value->GetDWord()));
+    EXPECT_EQ(parsed, c.parsed) << TAVVALUE::GetNameFromValueType(c.type) << " " << c.text;
   }
 }
 
 // Text that is not UTF-8 is written replaced, never thrown about.
 TEST(ZelknxValueText, JsonOfTextThatIsNotUtf8) {
-  EXPECT_EQ(DumpJson(nlohmann::ordered_json{{"error", "bad DPT '\xff'"}}), "{\"error\":\"bad DPT '\xEF\xBF\xBD'\"}");
-  EXPECT_EQ(DumpJson(nlohmann::ordered_json{{"value",
-                                             "K\xfc"
-                                             "che"}}),
-            "{\"value\":\"K\xEF\xBF\xBD"
-            "che\"}");
+  EXPECT_EQ(DumpJson(nlohmann::ordered_json{{"error", "bad DPT '\xff'"}}), "{\"error\":\"bad DPT '\uFFFD'\"}");
+  EXPECT_EQ(DumpJson(nlohmann::ordered_json{{"value", "K\374che"}}), "{\"value\":\"K\uFFFDche\"}");  // ü in Latin-1
 }
 
 TEST(ZelknxGroupAddress, TextForms) {
   const std::vector<std::pair<const char*, int>> cases = {
       {"1/2/3", 0x0A03},
       {"31/7/255", 0xFFFF},
-      {"0/0/1", 1},
       {"1/234", 0x08EA},
-      {"31/2047", 0xFFFF},
-      {"4660", 4660},
       {"65535", 65535},
       {"32/0/0", -1},
       {"1/8/0", -1},
@@ -213,7 +137,6 @@ TEST(ZelknxGroupAddress, TextForms) {
       {"1/2/3/4", -1},
       {"", -1},
       {"1//3", -1},
-      {"a/b/c", -1},
       {"1.1.5", -1},
       {"-1", -1},
       {"1/-/-", -1},
@@ -222,10 +145,6 @@ TEST(ZelknxGroupAddress, TextForms) {
     const auto address = ParseGroupAddress(c.first);
     EXPECT_EQ(address ? int{*address} : -1, c.second) << c.first;
   }
-  EXPECT_EQ(GroupAddressText(0x0A03), "1/2/3");
-  EXPECT_EQ(GroupAddressText(0xFFFF), "31/7/255");
-  EXPECT_EQ(IndividualAddressText(0x1105), "1.1.5");
-  EXPECT_EQ(IndividualAddressText(0xFFFF), "15.15.255");
 }
 
 GroupAddressTable ReadCsv(const std::string& text) {
@@ -235,69 +154,55 @@ GroupAddressTable ReadCsv(const std::string& text) {
 
 std::string Describe(const GroupAddressTable& table, const char* address) {
   const GroupAddressEntry* entry = table.Find(*ParseGroupAddress(address));
-  if (entry == nullptr)
-    return "missing";
-  return entry->name + " " + (entry->dpt ? DptName(*entry->dpt) : "-");
+  return entry == nullptr ? "missing" : entry->name + " " + (entry->dpt ? DptName(*entry->dpt) : "-");
 }
 
 // An export of ETS 5 (format 3/1, semicolon, every field quoted): UTF-8
 // with a byte-order mark, CR LF, umlauts, main and middle group rows, a
 // description with the separator, quotes and a line break in it.
-const char kEtsExport[] =
-    "\xEF\xBB\xBF\"Group name\";\"Address\";\"Central\";\"Unfiltered\";\"Description\";\"DatapointType\";"
-    "\"Security\"\r\n"
-    "\"Erdgeschoß\";\"1/-/-\";\"\";\"\";\"\";\"\";\"Auto\"\r\n"
-    "\"Küche\";\"1/2/-\";\"\";\"\";\"\";\"\";\"Auto\"\r\n"
-    "\"Temperatur Küche\";\"1/2/3\";\"\";\"\";\"Fühler; \"\"Wand\"\"\r\nlinks\";\"DPST-9-1\";\"Auto\"\r\n"
-    "\"Licht Küche\";\"1/2/4\";\"\";\"\";\"\";\"DPST-1-1\";\"Auto\"\r\n"
-    "\"Zähler\";\"1/2/5\";\"\";\"\";\"\";\"DPT-13\";\"Auto\"\r\n"
-    "\"Reserve\";\"1/2/6\";\"\";\"\";\"\";\"\";\"Auto\"\r\n";
-
 TEST(ZelknxGroupAddressCsv, RealWorldExport) {
-  const GroupAddressTable table = ReadCsv(kEtsExport);
-  EXPECT_EQ(table.Size(), 4u);
+  const GroupAddressTable table = ReadCsv(
+      "\xEF\xBB\xBF\"Group name\";\"Address\";\"Central\";\"Unfiltered\";\"Description\";\"DatapointType\";\"Security\"\r\n"
+      "\"Erdgeschoß\";\"1/-/-\";\"\";\"\";\"\";\"\";\"Auto\"\r\n"
+      "\"Küche\";\"1/2/-\";\"\";\"\";\"\";\"\";\"Auto\"\r\n"
+      "\"Temperatur Küche\";\"1/2/3\";\"\";\"\";\"Fühler; \"\"Wand\"\"\r\nlinks\";\"DPST-9-1\";\"Auto\"\r\n"
+      "\"Zähler\";\"1/2/5\";\"\";\"\";\"\";\"DPT-13\";\"Auto\"\r\n"
+      "\"Reserve\";\"1/2/6\";\"\";\"\";\"\";\"\";\"Auto\"\r\n");
+  EXPECT_EQ(table.Size(), 3u);
   EXPECT_EQ(Describe(table, "1/2/3"), "Temperatur Küche 9.001");
-  EXPECT_EQ(Describe(table, "1/2/4"), "Licht Küche 1.001");
   EXPECT_EQ(Describe(table, "1/2/5"), "Zähler 13.000");
   EXPECT_EQ(Describe(table, "1/2/6"), "Reserve -");
   EXPECT_EQ(Describe(table, "1/2/0"), "missing");
 }
 
+// Each file has the one address 1/2/3 = 1/515 = 2563.
 TEST(ZelknxGroupAddressCsv, SeparatorsQuotingAndAddressLevels) {
-  const std::vector<std::pair<const char*, std::string>> cases = {
-      {"tab, bare fields, two-level",
-       "Group name\tAddress\tCentral\tUnfiltered\tDescription\tDatapointType\tSecurity\n"
-       "Temp\t1/515\t\t\t\tDPST-9-1\tAuto\n"},
-      {"comma, quoted, no byte-order mark, free address",
-       "\"Group name\",\"Address\",\"Central\",\"Unfiltered\",\"Description\",\"DatapointType\",\"Security\"\n"
-       "\"Temp, hall\",\"2563\",\"\",\"\",\"\",\"DPST-9-1\",\"Auto\"\n"},
-      {"columns in another order, no DatapointType column, blank lines",
-       "\"Address\";\"Group name\"\n\n\"1/2/3\";\"Temp\"\n\n"},
-      {"last line without a line end", "Group name;Address;DatapointType\nTemp;1/2/3;DPT-9"},
+  const std::vector<std::tuple<const char*, std::string, const char*>> cases = {
+      {"tab, bare fields, two-level", "Group name\tAddress\tCentral\tUnfiltered\tDescription\tDatapointType\tSecurity\nTemp\t1/515\t\t\t\tDPST-9-1\tAuto\n", "Temp 9.001"},
+      {"comma, quoted, free address", "\"Group name\",\"Address\",\"DatapointType\"\n\"Temp, hall\",\"2563\",\"DPST-9-1\"\n", "Temp, hall 9.001"},
+      {"columns in another order, no DatapointType column, blank lines", "\"Address\";\"Group name\"\n\n\"1/2/3\";\"Temp\"\n\n", "Temp -"},
+      {"last line without a line end", "Group name;Address;DatapointType\nTemp;1/2/3;DPT-9", "Temp 9.000"},
   };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.first);
-    const GroupAddressTable table = ReadCsv(c.second);
-    ASSERT_EQ(table.Size(), 1u);
-    const GroupAddressEntry* entry = table.Find(0x0A03);  // 1/2/3 = 1/515 = 2563
-    ASSERT_NE(entry, nullptr);
-    EXPECT_EQ(entry->name.substr(0, 4), "Temp");
+  for (const auto& [label, csv, described] : cases) {
+    SCOPED_TRACE(label);
+    const GroupAddressTable table = ReadCsv(csv);
+    EXPECT_EQ(table.Size(), 1u);
+    EXPECT_EQ(Describe(table, "1/2/3"), described);
   }
-  EXPECT_EQ(Describe(ReadCsv("\"Group name\",\"Address\"\n\"Temp, hall\",\"1/2/3\"\n"), "1/2/3"), "Temp, hall -");
 }
 
 TEST(ZelknxGroupAddressCsv, MalformedFilesNameTheLine) {
-  const char* header = "\"Group name\";\"Address\";\"DatapointType\"\n";
+  const std::string header = "\"Group name\";\"Address\";\"DatapointType\"\n";
   const std::vector<std::pair<std::string, std::string>> cases = {
       {"", "ga.csv:0: empty file, expected a header row with \"Group name\" and \"Address\""},
       {"Name;Addr\nx;1/2/3\n", "ga.csv:1: the header row has no \"Group name\" or no \"Address\" column"},
-      {std::string(header) + "\"A\";\"1/2/3\";\"DPST-9-1\"\n\"B\";\"1/2/4\"\n", "ga.csv:3: 2 fields where the header row has 3"},
-      {std::string(header) + "\"A\";\"1/2/3\";\"DPST-9-1\";\"x\"\n", "ga.csv:2: 4 fields where the header row has 3"},
-      {std::string(header) + "\"A\";\"1/8/3\";\"DPST-9-1\"\n", "ga.csv:2: bad group address '1/8/3'"},
-      {std::string(header) + "\"A\";\"1/2/3\";\"DPST-9\"\n", "ga.csv:2: bad datapoint type 'DPST-9'"},
-      {std::string(header) + "\"A\";\"1/2/3\";\"DPST-9-1\n", "ga.csv:2: a quoted field is not closed"},
-      {std::string(header) + "\"A\"x;\"1/2/3\";\"\"\n", "ga.csv:2: text after the closing quote of a field"},
-      {std::string(header) + "\"A\nB\";\"1/2/3\";\"\"\n\"C\";\"x\";\"\"\n", "ga.csv:4: bad group address 'x'"},
+      {header + "\"A\";\"1/2/3\";\"DPST-9-1\"\n\"B\";\"1/2/4\"\n", "ga.csv:3: 2 fields where the header row has 3"},
+      {header + "\"A\";\"1/2/3\";\"DPST-9-1\";\"x\"\n", "ga.csv:2: 4 fields where the header row has 3"},
+      {header + "\"A\";\"1/8/3\";\"DPST-9-1\"\n", "ga.csv:2: bad group address '1/8/3'"},
+      {header + "\"A\";\"1/2/3\";\"DPST-9\"\n", "ga.csv:2: bad datapoint type 'DPST-9'"},
+      {header + "\"A\";\"1/2/3\";\"DPST-9-1\n", "ga.csv:2: a quoted field is not closed"},
+      {header + "\"A\"x;\"1/2/3\";\"\"\n", "ga.csv:2: text after the closing quote of a field"},
+      {header + "\"A\nB\";\"1/2/3\";\"\"\n\"C\";\"x\";\"\"\n", "ga.csv:4: bad group address 'x'"},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.second);
@@ -310,80 +215,47 @@ TEST(ZelknxGroupAddressCsv, MalformedFilesNameTheLine) {
   }
 }
 
-TEST(ZelknxGroupAddressCsv, MissingFile) {
-  try {
-    GroupAddressTable::Load("/nonexistent/ga.csv");
-    ADD_FAILURE() << "loaded";
-  } catch (const GroupAddressCsvError& error) {
-    EXPECT_STREQ(error.what(), "/nonexistent/ga.csv:0: cannot be read");
-  }
-}
-
-std::string Summary(const BusLine& bus) {
-  std::ostringstream out;
-  out << (bus.dpt ? DptName(*bus.dpt) : "-") << ' ' << (bus.source ? IndividualAddressText(*bus.source) : "-")
-      << ' ' << (bus.destination ? GroupAddressText(*bus.destination) : "-") << ' ' << ApciName(bus.apci)
-      << (bus.shortForm ? " short" : "") << ' ';
-  for (const std::uint8_t octet : bus.octets)
-    out << std::hex << (octet < 16 ? "0" : "") << unsigned{octet};
-  return out.str();
-}
-
+// Each line form and what it says, hex with blanks or colons anywhere
+// between digits; "error: " and why for a line that is not a telegram.
 TEST(ZelknxBusLine, EveryLineForm) {
   const std::vector<std::pair<const char*, const char*>> cases = {
-      {"9.001 0c33", "9.001 - - write 0c33"},
-      {"DPT_Value_Temp 0C 33", "9.001 - - write 0c33"},
       {"  DPST-9-1\t0c:33  ", "9.001 - - write 0c33"},
-      {"1/2/3 0c33", "- - 1/2/3 write 0c33"},
+      {"9.001 0C 33", "9.001 - - write 0c33"},
+      {"9.001 0 c3 3", "9.001 - - write 0c33"},
+      {"9.001 fF", "9.001 - - write ff"},
       {"Write from 1.1.5 to 1/2/3: 0C 33 ", "- 1.1.5 1/2/3 write 0c33"},
-      {"Write from 0.0.4 to 1/2/3: 01", "- 0.0.4 1/2/3 write 01"},
       {"Response from 15.15.255 to 31/7/255: 12 34 56", "- 15.15.255 31/7/255 response 123456"},
-      {"Read from 1.1.5 to 1/2/3", "- 1.1.5 1/2/3 read "},
-      {"L_Busmon: BC 11 05 0A 03 E3 00 80 0C 33 5A :L_Data low from 1.1.5 to 1/2/3 hops: 06 T_Data_Group "
-       "A_GroupValue_Write 0C 33 ",
-       "- 1.1.5 1/2/3 write 0c33"},
-      {"L_Busmon: BC 00 04 0A 03 E1 00 81 2E :L_Data low from 0.0.4 to 1/2/3 hops: 06 T_Data_Group "
-       "A_GroupValue_Write (small) 01 ",
-       "- 0.0.4 1/2/3 write short 01"},
-      {"L_Busmon: BC 00 06 0A 05 E1 00 00 AB :L_Data low from 0.0.6 to 1/2/5 hops: 06 T_Data_Group "
-       "A_GroupValue_Read",
-       "- 0.0.6 1/2/5 read "},
-      {"L_Busmon: BC 00 06 0A 05 E1 00 40 AB :L_Data low from 0.0.6 to 1/2/5 hops: 06 T_Data_Group "
-       "A_GroupValue_Response 0C 33",
-       "- 0.0.6 1/2/5 response 0c33"},
+      {"L_Busmon: BC 11 05 0A 03 E3 00 80 0C 33 5A :L_Data low from 1.1.5 to 1/2/3 hops: 06 T_Data_Group A_GroupValue_Write 0C 33 ", "- 1.1.5 1/2/3 write 0c33"},
+      {"L_Busmon: BC 00 04 0A 03 E1 00 81 2E :L_Data low from 0.0.4 to 1/2/3 hops: 06 T_Data_Group A_GroupValue_Write (small) 01 ", "- 0.0.4 1/2/3 write short 01"},
+      {"L_Busmon: BC 00 06 0A 05 E1 00 00 AB :L_Data low from 0.0.6 to 1/2/5 hops: 06 T_Data_Group A_GroupValue_Read", "- 0.0.6 1/2/5 read "},
+      {"L_Busmon: BC 00 06 0A 05 E1 00 40 AB :L_Data low from 0.0.6 to 1/2/5 hops: 06 T_Data_Group A_GroupValue_Response 0C 33", "- 0.0.6 1/2/5 response 0c33"},
+      {"", "error: empty line"},
+      {"bogus line", "error: not a DPT, a group address or a line of knxtool: 'bogus'"},
+      {"9.001", "error: no data after '9.001'"},
+      {"9.001 0c3", "error: odd number of hex digits in '0c3'"},
+      {"9.001 0g33", "error: bad hex string '0g33'"},
+      {"9.001 0x0c", "error: bad hex string '0x0c'"},
+      {"1/8/3 0c33", "error: bad group address '1/8/3'"},
+      {"Write from 1.1.5 to 1/2/3", "error: no ':' before the data"},
+      {"Write from 1.1.5 to 1/2/3: ", "error: no data"},
+      {"Write from 1.16.5 to 1/2/3: 01", "error: bad source address '1.16.5'"},
+      {"Read from 1.1.5 to 1/2/3: 01", "error: data after a read"},
+      {"L_Busmon: BC 11 05 11 06 60 43 00 :L_Data low from 1.1.5 to 1.1.6 hops: 06 T_Connect", "error: '1.1.6' is not a group address (not a group telegram)"},
+      {"L_Busmon: BC 11 05 0A 03 E1 00 C0 00 :L_Data low from 1.1.5 to 1/2/3 hops: 06 T_Data_Group A_IndividualAddress_Write", "error: not a group value read, write or response"},
+      {"L_Busmon: BC 00 06 0A 05 E1 00 00 AB :L_Data low from 0.0.6 to 1/2/5 hops: 06 T_Data_Group A_GroupValue_Read 01", "error: data after a read"},
   };
   for (const auto& c : cases) {
     std::string error;
     const auto bus = ParseBusLine(c.first, error);
-    ASSERT_TRUE(bus) << c.first << ": " << error;
-    EXPECT_EQ(Summary(*bus), c.second) << c.first;
-  }
-}
-
-TEST(ZelknxBusLine, LinesThatAreNotTelegrams) {
-  const std::vector<std::pair<const char*, const char*>> cases = {
-      {"", "empty line"},
-      {"bogus line", "not a DPT, a group address or a line of knxtool: 'bogus'"},
-      {"9.001", "no data after '9.001'"},
-      {"9.001 0c3", "odd number of hex digits in '0c3'"},
-      {"1/8/3 0c33", "bad group address '1/8/3'"},
-      {"Write from 1.1.5 to 1/2/3", "no ':' before the data"},
-      {"Write from 1.1.5 to 1/2/3: ", "no data"},
-      {"Write from 1.16.5 to 1/2/3: 01", "bad source address '1.16.5'"},
-      {"Read from 1.1.5 to 1/2/3: 01", "data after a read"},
-      {"L_Busmon: BC 11 05 11 06 60 43 00 :L_Data low from 1.1.5 to 1.1.6 hops: 06 T_Connect",
-       "'1.1.6' is not a group address (not a group telegram)"},
-      {"L_Busmon: BC 11 05 0A 03 E1 00 C0 00 :L_Data low from 1.1.5 to 1/2/3 hops: 06 T_Data_Group "
-       "A_IndividualAddress_Write",
-       "not a group value read, write or response"},
-      {"L_Busmon: BC 00 06 0A 05 E1 00 00 AB :L_Data low from 0.0.6 to 1/2/5 hops: 06 T_Data_Group "
-       "A_GroupValue_Read 01",
-       "data after a read"},
-  };
-  for (const auto& c : cases) {
-    std::string error;
-    EXPECT_FALSE(ParseBusLine(c.first, error)) << c.first;
-    EXPECT_EQ(error, c.second) << c.first;
+    std::ostringstream out;
+    if (!bus) {
+      out << "error: " << error;
+    } else {
+      out << (bus->dpt ? DptName(*bus->dpt) : "-") << ' ' << (bus->source ? IndividualAddressText(*bus->source) : "-") << ' ' << (bus->destination ? GroupAddressText(*bus->destination) : "-") << ' ' << ApciName(bus->apci) << (bus->shortForm ? " short" : "") << ' ';
+      for (const std::uint8_t octet : bus->octets)
+        out << std::hex << (octet < 16 ? "0" : "") << unsigned{octet};
+    }
+    EXPECT_EQ(out.str(), c.second) << c.first;
   }
 }
 
