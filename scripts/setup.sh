@@ -23,6 +23,10 @@ packages=(
   g++-arm-linux-gnueabihf binutils-arm-linux-gnueabihf qemu-user
   clang-format abigail-tools libcli11-dev knxd knxd-tools knxd-dev
   lintian dpkg-dev fakeroot file
+  clang-tidy
+  libzip-dev libpugixml-dev libssl-dev zip
+  pybind11-dev python3-dev python3-pytest python3-hypothesis
+  libcpp-httplib-dev libjs-chart.js chromium chromium-driver python3-selenium
 )
 
 missing=()
