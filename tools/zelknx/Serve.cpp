@@ -1,0 +1,237 @@
+// zelknx serve: the group monitor as a web page. A source thread decodes
+// telegrams, live from knxd or from a recorded log, and appends them to
+// the web monitor's ring; the server streams them to the page. A signal
+// (or a source that fails) ends both.
+#include "Commands.h"
+
+#include "StopSignals.h"
+#include "WebMonitor.h"
+
+#ifdef ZELKNX_WITH_KNXD
+#include "KnxdGroupSocket.h"
+#endif
+
+#include <boost/date_time/posix_time/posix_time.hpp>
+
+#include <poll.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <fstream>
+#include <iostream>
+#include <stdexcept>
+#include <string>
+#include <thread>
+
+namespace Zelknx {
+
+// ---- TEMPORARY, deleted at merge: the log reader's DecodeLogLine (and its
+// LineResult) come with BusLine.h. This stand-in reads the forms of today's
+// ParseBusLine, after an optional leading time stamp (2024-03-15T08:30:00.123).
+struct LineResult {
+  Json json;
+  std::string text;
+  bool failed = false;
+};
+
+boost::optional<LineResult> DecodeLogLine(const std::string& line, std::size_t number,
+                                          const GroupAddressTable* groups,
+                                          const std::string& groupSource, bool table) {
+  (void)groupSource;
+  Telegram telegram;
+  std::string rest = line;
+  const auto space = line.find(' ');
+  if (space == 19 || (space > 19 && space != std::string::npos && line[19] == '.')) {
+    if (line[4] == '-' && line[10] == 'T') {
+      telegram.time = line.substr(0, space);
+      rest = line.substr(space + 1);
+    }
+  }
+  std::string why;
+  const auto bus = ParseBusLine(rest, why);
+  if (!bus || !bus->destination || !bus->source)
+    return boost::none;
+  telegram.source = bus->source;
+  telegram.destination = *bus->destination;
+  telegram.apci = bus->apci;
+  telegram.octets = bus->octets;
+  telegram.shortForm = bus->shortForm;
+  const DecodedTelegram decoded = DecodeTelegram(telegram, groups, table);
+  LineResult result{Json{{"line", number}}, decoded.text};
+  for (const auto& item : decoded.json.items())
+    result.json[item.key()] = item.value();
+  return result;
+}
+// ---- end of the temporary part
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// "2024-03-15T08:30:00.123" (or with a space for T, any number of
+// fractional digits, anything after them); none for anything else.
+boost::optional<boost::posix_time::ptime> ReadTime(std::string text) {
+  if (text.size() < 19)
+    return boost::none;
+  text[10] = ' ';
+  const auto end = text.find_first_not_of("0123456789", 20);
+  text = text.substr(0, text.size() > 19 && text[19] == '.' ? end : 19);
+  try {
+    return boost::posix_time::time_from_string(text);
+  } catch (const std::exception&) {
+    return boost::none;
+  }
+}
+
+// Waits until `deadline` or the stop pipe; false for the stop pipe.
+bool WaitUntil(Clock::time_point deadline, int stopFd) {
+  for (;;) {
+    const auto left = deadline - Clock::now();
+    const auto ns = std::chrono::duration_cast<std::chrono::nanoseconds>(left).count();
+    timespec wait{static_cast<time_t>(ns > 0 ? ns / 1000000000 : 0),
+                  static_cast<long>(ns > 0 ? ns % 1000000000 : 0)};
+    pollfd fd{stopFd, POLLIN, 0};
+    const int ready = ppoll(&fd, 1, &wait, nullptr);
+    if (ready > 0)
+      return false;
+    if (ready == 0 || errno != EINTR)
+      return true;
+  }
+}
+
+// Every telegram of the log, as fast as the ring takes them or, with
+// `pace`, at the pace of their time stamps (lines without one follow the
+// one before at once).
+void Replay(const Session& session, std::istream& log, WebMonitor& monitor, int stopFd) {
+  const Options& options = session.options;
+  const GroupAddressTable* groups = session.groups ? &*session.groups : nullptr;
+  boost::optional<boost::posix_time::ptime> firstTime;
+  const Clock::time_point start = Clock::now();
+  std::size_t number = 0;
+  for (std::string line; std::getline(log, line);) {
+    ++number;
+    const auto result = DecodeLogLine(line, number, groups, options.gaCsv, options.table);
+    if (!result || (!result->failed && !result->json.contains("dst")))
+      continue;  // no telegram (a DPT HEX line has no group address)
+    if (result->failed) {
+      std::cerr << "zelknx: " << options.replay << ": " << result->text << "\n";
+      continue;
+    }
+    const auto time = options.pace && result->json.contains("time")
+                          ? ReadTime(result->json["time"].get<std::string>())
+                          : boost::none;
+    if (time && !firstTime)
+      firstTime = time;
+    if (time) {
+      const auto offset = std::chrono::microseconds((*time - *firstTime).total_microseconds());
+      if (!WaitUntil(start + offset, stopFd))
+        return;
+    } else if (number % 1024 == 0 && !WaitUntil(Clock::now(), stopFd)) {
+      return;
+    }
+    monitor.Append(result->json);
+  }
+}
+
+#ifdef ZELKNX_WITH_KNXD
+void Live(const Session& session, WebMonitor& monitor, int stopFd) {
+  KnxdGroupSocket socket(session.options.url);
+  const GroupAddressTable* groups = session.groups ? &*session.groups : nullptr;
+  while (const auto telegram = socket.Next(stopFd))
+    monitor.Append(DecodeTelegram(*telegram, groups, session.options.table).json);
+}
+#endif
+
+Json GroupsJson(const Session& session) {
+  Json groups = Json::array();
+  if (!session.groups)
+    return groups;
+  for (const auto& item : session.groups->Entries()) {
+    const GroupAddressEntry& entry = item.second;
+    groups.push_back({{"address", GroupAddressText(entry.address)},
+                      {"name", entry.name},
+                      {"dpt", entry.dpt ? Json(DptName(*entry.dpt)) : Json(nullptr)}});
+  }
+  return groups;
+}
+
+// The page's folder: installed beside the program (PREFIX/share/zelknx/web),
+// else the source tree's.
+std::string WebRoot() {
+  char path[4096];
+  const ssize_t size = readlink("/proc/self/exe", path, sizeof path - 1);
+  if (size > 0) {
+    std::string exe(path, static_cast<std::size_t>(size));
+    const std::string installed = exe.substr(0, exe.rfind('/')) + "/../share/zelknx/web";
+    if (std::ifstream(installed + "/index.html"))
+      return installed;
+  }
+  return ZELKNX_SOURCE_WEB_DIR;
+}
+
+}  // namespace
+
+int Serve(const Session& session) {
+  const Options& options = session.options;
+  if (!options.args.empty())
+    throw UsageError{"serve takes no arguments"};
+  if (options.pace && options.replay.empty())
+    throw UsageError{"--pace needs --replay"};
+#ifndef ZELKNX_WITH_KNXD
+  if (options.replay.empty())
+    throw UsageError{"zelknx is built without knxd's client library: serve needs --replay"};
+#endif
+  WebMonitorOptions web;
+  if (!ParseListen(options.listen, web))
+    throw UsageError{"bad --listen '" + options.listen + "' (ADDR:PORT)"};
+  web.token = options.token;
+  web.webRoot = WebRoot();
+  web.chartJs = ZELKNX_CHART_JS;
+  web.groups = GroupsJson(session);
+  std::ifstream log;
+  if (!options.replay.empty()) {
+    log.open(options.replay);
+    if (!log)
+      throw UsageError{"cannot read " + options.replay};
+  }
+  std::unique_ptr<WebMonitor> monitor;
+  try {
+    monitor = std::make_unique<WebMonitor>(web);
+  } catch (const std::invalid_argument& error) {
+    throw UsageError{error.what()};
+  } catch (const std::runtime_error& error) {
+    throw Unreachable{error.what()};
+  }
+  std::cerr << "zelknx: serving on http://" << web.host << ":" << monitor->Port() << "/"
+            << std::endl;
+
+  StopSignals stop;
+  std::string failure;
+  std::thread server([&] { monitor->Run(); });
+  std::thread source([&] {
+    try {
+      if (!options.replay.empty()) {
+        Replay(session, log, *monitor, stop.Fd());
+        return;
+      }
+#ifdef ZELKNX_WITH_KNXD
+      Live(session, *monitor, stop.Fd());
+#endif
+    } catch (const std::exception& error) {
+      failure = error.what();
+      stop.Trigger();
+    }
+  });
+  pollfd fd{stop.Fd(), POLLIN, 0};
+  while (poll(&fd, 1, -1) < 0 && errno == EINTR) {
+  }
+  monitor->Stop();
+  server.join();
+  source.join();
+  if (!failure.empty())
+    throw Unreachable{failure};
+  return 0;
+}
+
+}  // namespace Zelknx
