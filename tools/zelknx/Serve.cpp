@@ -28,7 +28,8 @@ namespace Zelknx {
 
 // ---- TEMPORARY, deleted at merge: the log reader's DecodeLogLine (and its
 // LineResult) come with BusLine.h. This stand-in reads the forms of today's
-// ParseBusLine, after an optional leading time stamp (2024-03-15T08:30:00.123).
+// ParseBusLine, after an optional leading time stamp (2024-03-15 08:30:00.123
+// or 2024-03-15T08:30:00.123).
 struct LineResult {
   Json json;
   std::string text;
@@ -41,12 +42,11 @@ boost::optional<LineResult> DecodeLogLine(const std::string& line, std::size_t n
   (void)groupSource;
   Telegram telegram;
   std::string rest = line;
-  const auto space = line.find(' ');
-  if (space == 19 || (space > 19 && space != std::string::npos && line[19] == '.')) {
-    if (line[4] == '-' && line[10] == 'T') {
-      telegram.time = line.substr(0, space);
-      rest = line.substr(space + 1);
-    }
+  const auto end = line.find(' ', 11);
+  if (line.size() > 20 && line[4] == '-' && (line[10] == 'T' || line[10] == ' ') &&
+      line[13] == ':' && end != std::string::npos && end >= 19) {
+    telegram.time = line.substr(0, 10) + "T" + line.substr(11, end - 11);
+    rest = line.substr(end + 1);
   }
   std::string why;
   const auto bus = ParseBusLine(rest, why);

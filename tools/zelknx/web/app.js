@@ -20,6 +20,7 @@ const state = {
 };
 
 const $ = (id) => document.getElementById(id);
+const COLOURS = ['#0969da', '#cf222e', '#1a7f37', '#8250df', '#bc4c00', '#1b7c83'];
 
 // "1/2/3" as a number, for sorting.
 function addressKey(address) {
@@ -30,11 +31,15 @@ function timeText(row) {
   return row.time.replace('T', ' ');
 }
 
+const pad = (n, width = 2) => String(n).padStart(width, '0');
+
+function clockTime(date) {
+  return `${pad(date.getHours())}:${pad(date.getMinutes())}:${pad(date.getSeconds())}`;
+}
+
 function localTime(date) {
-  const pad = (n, width = 2) => String(n).padStart(width, '0');
   return `${date.getFullYear()}-${pad(date.getMonth() + 1)}-${pad(date.getDate())}T` +
-      `${pad(date.getHours())}:${pad(date.getMinutes())}:${pad(date.getSeconds())}.` +
-      pad(date.getMilliseconds(), 3);
+      `${clockTime(date)}.${pad(date.getMilliseconds(), 3)}`;
 }
 
 // The value with its unit; the raw octets where there is no value.
@@ -89,26 +94,36 @@ function renderTable() {
       (state.paused ? ` · paused (${state.missed} new)` : '');
 }
 
+// Rows are made once per group address and updated in place, so that a
+// tick on the plot box is never lost to a redraw.
+function latestRow(address, entry) {
+  if (entry.tr) return entry.tr;
+  const body = $('latest').tBodies[0];
+  const tr = document.createElement('tr');
+  tr.dataset.address = address;
+  const pick = document.createElement('input');
+  pick.type = 'checkbox';
+  pick.title = `plot ${address}`;
+  pick.addEventListener('change', () => togglePlot(address, pick.checked));
+  tr.insertCell().appendChild(pick);
+  for (let i = 0; i < 5; i++) tr.insertCell();
+  tr.cells[1].textContent = address;
+  const next = [...body.rows].find((row) => addressKey(row.dataset.address) > addressKey(address));
+  body.insertBefore(tr, next || null);
+  entry.tr = tr;
+  return tr;
+}
+
 function renderLatest() {
-  const body = document.createElement('tbody');
-  const addresses = [...state.latest.keys()].sort((a, b) => addressKey(a) - addressKey(b));
-  for (const address of addresses) {
-    const entry = state.latest.get(address);
-    const tr = body.insertRow();
-    tr.dataset.address = address;
-    const pick = document.createElement('input');
-    pick.type = 'checkbox';
-    pick.checked = state.picked.has(address);
-    pick.title = `plot ${address}`;
-    pick.addEventListener('change', () => togglePlot(address, pick.checked));
-    tr.insertCell().appendChild(pick);
-    const value = entry.row ? valueCell(entry.row).text : '';
-    for (const cell of [address, entry.name || '', entry.dpt || '', value,
-      entry.changed ? timeText({time: entry.changed}) : '']) {
-      tr.insertCell().textContent = cell;
-    }
+  for (const [address, entry] of state.latest) {
+    const tr = latestRow(address, entry);
+    const texts = [entry.name || '', entry.dpt || '', entry.row ? valueCell(entry.row).text : '',
+      entry.changed ? entry.changed.slice(11, 19) : ''];  // the time of day; the date on hover
+    texts.forEach((text, i) => {
+      if (tr.cells[i + 2].textContent !== text) tr.cells[i + 2].textContent = text;
+    });
+    tr.cells[5].title = entry.changed ? timeText({time: entry.changed}) : '';
   }
-  $('latest').replaceChild(body, $('latest').tBodies[0]);
 }
 
 function render() {
@@ -139,7 +154,7 @@ function ensureChart() {
       scales: {
         x: {
           type: 'linear',
-          ticks: {callback: (value) => new Date(value).toLocaleTimeString()},
+          ticks: {callback: (value) => clockTime(new Date(value)), maxRotation: 0},
         },
       },
       plugins: {legend: {position: 'bottom'}},
@@ -160,8 +175,10 @@ function togglePlot(address, on) {
     const points = state.rows.filter((row) => row.dst === address && typeof row.value === 'number')
         .map((row) => ({x: row.at, y: row.value}));
     const unit = points.length ? state.rows.find((row) => row.dst === address && row.unit)?.unit : null;
+    const colour = COLOURS[chart.data.datasets.length % COLOURS.length];
     const set = {label: `${address} ${entry.name || ''}`.trim(), address, unit: unit || null,
-      data: points, yAxisID: axisId(unit), pointRadius: 2, borderWidth: 1.5, stepped: false};
+      data: points, yAxisID: axisId(unit), pointRadius: 2, borderWidth: 1.5,
+      borderColor: colour, backgroundColor: colour};
     chart.data.datasets.push(set);
   }
   rebuildAxes(chart);
