@@ -203,10 +203,9 @@ int Serve(const Session& session) {
   } catch (const std::runtime_error& error) {
     throw Unreachable{error.what()};
   }
+  StopSignals stop;
   std::cerr << "zelknx: serving on http://" << web.host << ":" << monitor->Port() << "/"
             << std::endl;
-
-  StopSignals stop;
   std::string failure;
   std::thread server([&] { monitor->Run(); });
   std::thread source([&] {
