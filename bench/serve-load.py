@@ -135,9 +135,8 @@ def main():
     if latencies:
         print("latency schedule -> client: p50 {:.2f} ms, p99 {:.2f} ms, max {:.2f} ms".format(
             percentile(latencies, 50) * 1000, percentile(latencies, 99) * 1000, latencies[-1] * 1000))
-    steady = rss[len(rss) // 4:] or rss
-    print(f"server RSS (KiB), once a second: first {rss[0]}, min {min(steady)} / max {max(steady)} after the "
-          f"first quarter, last {rss[-1]}")
+    print("server RSS (KiB) every 10 s:", " ".join(str(kib) for kib in rss[::10]), f"last {rss[-1]}")
+    print(f"  (the ring of 10,000 telegrams is full after {10000 // args.rate + LEAD_IN:.0f} s)")
     print(f"server exit status on SIGTERM: {status}")
     return 0 if complete == args.clients and status == 0 else 1
 
