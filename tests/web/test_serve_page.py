@@ -242,5 +242,8 @@ def test_live_from_knxd(knxd, serve, browser):
     send("groupwrite", "1/2/5", "42", "c8", "00", "00")
     wait_for(lambda: "paused (1 new)" in browser.find_element(By.ID, "count").text, what="the paused count")
     assert len(table(browser)) == 2
+    filter_by(browser, "dst", "1/2/3")  # the filter works on the paused table
+    assert columns(table(browser), 2, 5) == [["1/2/3", "21.5 °C"]]
+    filter_by(browser, "dst", "1/2")
     browser.find_element(By.ID, "pause").click()
     assert columns(table(browser), 2, 5) == [["1/2/5", "100 W"], ["1/2/4", "true"], ["1/2/3", "21.5 °C"]]

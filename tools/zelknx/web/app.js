@@ -14,6 +14,7 @@ const state = {
   latest: new Map(), // group address -> {row, changed, name, dpt}
   picked: new Set(), // group addresses on the plot
   paused: false,
+  pausedSeq: 0,      // the last telegram in the table when paused
   missed: 0,         // telegrams that came while paused
   dirty: false,
   chart: null,
@@ -76,7 +77,9 @@ function matches(row, field, text) {
 function renderTable() {
   const field = $('filter-field').value;
   const text = $('filter').value.trim();
-  state.shown = state.rows.filter((row) => matches(row, field, text)).reverse();
+  // Paused, the table holds the telegrams up to the pause; the filter still works.
+  state.shown = state.rows.filter((row) => (!state.paused || row.seq <= state.pausedSeq) &&
+      matches(row, field, text)).reverse();
   const body = document.createElement('tbody');
   for (const row of state.shown) {
     const tr = body.insertRow();
@@ -276,6 +279,7 @@ function connect() {
 
 $('pause').addEventListener('click', () => {
   state.paused = !state.paused;
+  state.pausedSeq = state.rows.length ? state.rows[state.rows.length - 1].seq : 0;
   state.missed = 0;
   $('pause').textContent = state.paused ? 'Resume' : 'Pause';
   state.dirty = true;
@@ -283,8 +287,7 @@ $('pause').addEventListener('click', () => {
 });
 for (const id of ['filter', 'filter-field']) {
   $(id).addEventListener('input', () => {
-    state.dirty = true;
-    if (!state.paused) renderTable();
+    renderTable();
   });
 }
 $('export').addEventListener('click', exportCsv);
