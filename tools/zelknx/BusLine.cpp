@@ -278,6 +278,8 @@ void ReadData(Text text, BusLine& bus) {
     return Fail(bus, error);
   if (octets->empty())
     return Fail(bus, "no data");
+  if (telegram.shortForm && octets->size() != 1)
+    return Fail(bus, "more than one octet in the short form");
   telegram.octets = std::move(*octets);
 }
 

@@ -38,7 +38,7 @@ FrameRead ReadTpdu(const std::uint8_t* tpdu, std::size_t length, Telegram& teleg
 // `trailer` octets (the check octet of TP1).
 FrameRead ReadShortLayout(const std::uint8_t* octets, std::size_t size, std::size_t trailer,
                           Telegram& telegram) {
-  if (size < 7 + trailer || size != 6 + (octets[4] & 0x0Fu) + trailer)
+  if (size < 6 + trailer || size != 6 + (octets[4] & 0x0Fu) + trailer)
     return FrameRead::NotAFrame;
   if ((octets[4] & 0x80) == 0)
     return FrameRead::NoGroupValue;
@@ -88,7 +88,7 @@ FrameRead ReadCemi(const std::uint8_t* octets, std::size_t size, Telegram& teleg
   if (code == 0x2B)
     return ReadTp1(frame, rest, telegram, error);
   // Control 1, control 2, source, destination, NPDU length, TPCI, APCI.
-  if (rest < 9 || rest != 8 + std::size_t{frame[6]})
+  if (rest < 8 || rest != 8 + std::size_t{frame[6]})
     return FrameRead::NotAFrame;
   if ((frame[1] & 0x80) == 0)
     return FrameRead::NoGroupValue;
