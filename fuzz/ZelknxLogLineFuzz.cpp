@@ -2,7 +2,7 @@
 // the first octet chooses whether the rest is a line of text (decoded as
 // `decode -` does, with a group address list, by DPT code or through the
 // DPT table) or the octets of a frame. Nothing may throw or crash, every
-// result must print as JSON, and what is read must be a telegram: a read
+// result must print as JSON with its line number, and what is read must be a telegram: a read
 // without data, a write or response with data, a short form of one octet.
 #include "FuzzSupport.h"
 
@@ -77,7 +77,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   Check(result.has_value() == (bus.kind != Zelknx::LineKind::None), "a result for no telegram");
   if (result) {
     Zelknx::DumpJson(result->json);
-    Check(result->json.at("line") == 1 && !result->text.empty(), "a result without its line");
+    Check(result->json.at("line") == 1, "a result without its line");
   }
   return 0;
 }

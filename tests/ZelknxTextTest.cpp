@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <set>
 #include <sstream>
 #include <string>
@@ -74,6 +75,7 @@ TEST(ZelknxDptNames, TableCoversTheLibrarysMainNumbersOnce) {
   }
   std::set<std::string> names;
   std::set<std::pair<unsigned, unsigned>> subtypes;
+  EXPECT_TRUE(std::is_sorted(DptNameTable().begin(), DptNameTable().end(), [](const DptNameEntry& a, const DptNameEntry& b) { return a.mainNumber < b.mainNumber; }));  // FindDptName searches it so
   for (const DptNameEntry& entry : DptNameTable()) {
     const std::string name = entry.name;
     if (name.compare(0, 4, "DPT_") != 0)
