@@ -12,6 +12,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <iterator>
+#include <sstream>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -163,6 +165,20 @@ TEST(ZelknxTool, HelpOnEveryCommand) {
     EXPECT_EQ(run.status, 0);
     EXPECT_NE(run.out.find("usage: zelknx"), std::string::npos);
   }
+}
+
+// Every command that the general help lists has its entry in the manual page.
+TEST(ZelknxTool, ManualPageOfEveryCommand) {
+  std::ifstream in(ZELKNX_MANUAL_PAGE);
+  const std::string page{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+  const std::string help = Zelknx("--help").out;
+  std::istringstream lines(help.substr(help.find("Subcommands:\n") + 13));
+  std::size_t commands = 0;
+  for (std::string line; std::getline(lines, line) && line.rfind("  ", 0) == 0; ++commands) {
+    const std::string command = line.substr(2, line.find(' ', 2) - 2);
+    EXPECT_NE(page.find("\n.B " + command), std::string::npos) << command;
+  }
+  EXPECT_GE(commands, 5u);
 }
 
 TEST(ZelknxTool, DptTableNamesIdsAndConfig) {

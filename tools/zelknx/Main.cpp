@@ -127,9 +127,10 @@ int main(int argc, char** argv) {
        "zelknx decode [--table] [--bits N] DPT HEX\n"
        "zelknx decode [--ga-csv FILE] -\n"
        "HEX: 0c33, \"0c 33\" or 0c:33. The value is printed with the DPT's unit.\n"
-       "With -, each line of stdin is one of: DPT HEX; GA HEX; a line of knxtool\n"
-       "groupsocketlisten (Write from 1.1.5 to 1/2/3: 0C 33) or vbusmonitor1 (L_Busmon: ...).\n"
-       "One result per line (blank lines give none); exit status 1 if a line failed.",
+       "With -, a bus log on stdin: one result per line that holds a group telegram (knxd and\n"
+       "eibd traces, vbusmonitor1, groupsocketlisten, cEMI, EMI, KNXnet/IP or TP1 frames in hex,\n"
+       "behind time stamps or syslog prefixes) or is DPT HEX or GA HEX; other lines give none\n"
+       "(man zelknx lists the forms). Exit status 1 if a line failed.",
        Zelknx::Decode},
       {"dpt", "the DPT table, or its row for DPT, with the standard's name and unit",
        "zelknx dpt [DPT]\n"
