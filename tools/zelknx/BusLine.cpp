@@ -421,7 +421,7 @@ void ReadPayload(Text line, BusLine& bus) {
     bus.kind = LineKind::DptPayload;
   }
   std::string error;
-  auto octets = ParseHex(std::string(line.substr(blank)), error);
+  auto octets = ParseHex(std::string(Trim(line.substr(blank))), error);
   if (!octets)
     return Fail(bus, error);
   if (octets->empty())
