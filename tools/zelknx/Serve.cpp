@@ -26,45 +26,6 @@
 
 namespace Zelknx {
 
-// ---- TEMPORARY, deleted at merge: the log reader's DecodeLogLine (and its
-// LineResult) come with BusLine.h. This stand-in reads the forms of today's
-// ParseBusLine, after an optional leading time stamp (2024-03-15 08:30:00.123
-// or 2024-03-15T08:30:00.123).
-struct LineResult {
-  Json json;
-  std::string text;
-  bool failed = false;
-};
-
-boost::optional<LineResult> DecodeLogLine(const std::string& line, std::size_t number,
-                                          const GroupAddressTable* groups,
-                                          const std::string& groupSource, bool table) {
-  (void)groupSource;
-  Telegram telegram;
-  std::string rest = line;
-  const auto end = line.find(' ', 11);
-  if (line.size() > 20 && line[4] == '-' && (line[10] == 'T' || line[10] == ' ') &&
-      line[13] == ':' && end != std::string::npos && end >= 19) {
-    telegram.time = line.substr(0, 10) + "T" + line.substr(11, end - 11);
-    rest = line.substr(end + 1);
-  }
-  std::string why;
-  const auto bus = ParseBusLine(rest, why);
-  if (!bus || !bus->destination || !bus->source)
-    return boost::none;
-  telegram.source = bus->source;
-  telegram.destination = *bus->destination;
-  telegram.apci = bus->apci;
-  telegram.octets = bus->octets;
-  telegram.shortForm = bus->shortForm;
-  const DecodedTelegram decoded = DecodeTelegram(telegram, groups, table);
-  LineResult result{Json{{"line", number}}, decoded.text};
-  for (const auto& item : decoded.json.items())
-    result.json[item.key()] = item.value();
-  return result;
-}
-// ---- end of the temporary part
-
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -112,10 +73,11 @@ void Replay(const Session& session, std::istream& log, WebMonitor& monitor, int 
   for (std::string line; std::getline(log, line);) {
     ++number;
     const auto result = DecodeLogLine(line, number, groups, options.gaCsv, options.table);
-    if (!result || (!result->failed && !result->json.contains("dst")))
-      continue;  // no telegram (a DPT HEX line has no group address)
-    if (result->failed) {
-      std::cerr << "zelknx: " << options.replay << ": " << result->text << "\n";
+    if (!result)
+      continue;
+    if (!result->json.contains("apci")) {  // not a telegram: a malformed line, DPT HEX, GA HEX
+      if (result->failed)
+        std::cerr << "zelknx: " << options.replay << ": " << result->text << "\n";
       continue;
     }
     const auto time = options.pace && result->json.contains("time")
