@@ -11,6 +11,7 @@
 #include "KnxdGroupSocket.h"
 #endif
 
+#include <boost/date_time/gregorian/gregorian.hpp>
 #include <boost/date_time/posix_time/posix_time.hpp>
 
 #include <poll.h>
@@ -30,16 +31,23 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// "2024-03-15T08:30:00.123" (or with a space for T, any number of
-// fractional digits, anything after them); none for anything else.
-boost::optional<boost::posix_time::ptime> ReadTime(std::string text) {
-  if (text.size() < 19)
+// The log reader's time stamp as a moment: "2024-03-15T08:30:00.123" (any
+// number of fractional digits, a zone offset after them ignored), or a time
+// of day at the end ("Mar 15 08:30:00", "08:30:00.123"), taken on one day
+// (a log that passes midnight then replays the rest at once); none for
+// anything else.
+boost::optional<boost::posix_time::ptime> ReadTime(const std::string& text) {
+  const bool dated = text.size() >= 19 && text[4] == '-' && text[10] == 'T';
+  const std::string clock = dated ? text.substr(11) : text.substr(text.rfind(' ') + 1);
+  const auto end = clock.find_first_not_of("0123456789", 9);
+  if (clock.size() < 8 || clock[2] != ':' || clock[5] != ':')
     return boost::none;
-  text[10] = ' ';
-  const auto end = text.find_first_not_of("0123456789", 20);
-  text = text.substr(0, text.size() > 19 && text[19] == '.' ? end : 19);
   try {
-    return boost::posix_time::time_from_string(text);
+    const boost::gregorian::date day =
+        dated ? boost::gregorian::from_simple_string(text.substr(0, 10))
+              : boost::gregorian::date(1970, 1, 1);
+    return boost::posix_time::ptime(day, boost::posix_time::duration_from_string(clock.substr(
+                                             0, clock.size() > 8 && clock[8] == '.' ? end : 8)));
   } catch (const std::exception&) {
     return boost::none;
   }
