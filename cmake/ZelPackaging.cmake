@@ -112,10 +112,17 @@ set(CPACK_DEBIAN_TOOL_PACKAGE_NAME zelknx)
 set(CPACK_DEBIAN_TOOL_PACKAGE_SECTION utils)
 set(CPACK_COMPONENT_TOOL_DEPENDS Runtime)
 set(CPACK_DEBIAN_TOOL_PACKAGE_SUGGESTS libzelobjectmodel-platform-sim)
+if(ZELKNX_WITH_SERVE)
+  # serve's page draws its plots with Debian's Chart.js, read from where
+  # that package installs it (ZELKNX_CHART_JS).
+  set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS libjs-chart.js)
+endif()
 set(CPACK_DEBIAN_TOOL_DESCRIPTION "encodes and decodes KNX group values with libzelobjectmodel
 zelknx is a command-line shell over the object-model library: it encodes
 and decodes KNX telegram payloads by datapoint type, prints the DPT table,
-maps object-model ids and loads the app host configuration file.
+maps object-model ids and loads the app host configuration file. Where
+built with them, it monitors knxd's group telegrams and serves them, live
+or from a recorded log, as a web page.
 
 On the device it uses the platform's own libraries; elsewhere it finds the
 stand-ins of libzelobjectmodel-platform-sim in their private folder.")

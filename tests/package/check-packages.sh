@@ -6,7 +6,8 @@
 #   tests/package/check-packages.sh [ARCH...]     default: amd64 armhf
 #
 # amd64: the consumer project (tests/consumer) is built and run against the
-# unpacked root with CMake and with pkg-config, and the root's zelknx runs.
+# unpacked root with CMake and with pkg-config, and the root's zelknx runs;
+# zelknx carries serve's page and depends on Debian's Chart.js.
 # armhf: the Architecture fields, the library's ELF machine and soname, and
 # the packaged zelknx run from the root under qemu-arm (scripts/armhf-run.sh
 # with build/armhf-sysroot).
@@ -129,6 +130,8 @@ for arch in "${arches[@]}"; do
   case $arch in
     amd64)
       check "ELF machine x86-64" test "$(elf_field "$library" Machine)" = "Advanced Micro Devices X86-64"
+      check "zelknx depends on libjs-chart.js (the plots of serve's page)" depends_on "$tool" libjs-chart.js
+      check "zelknx ships serve's page" test -f "$root/usr/share/zelknx/web/index.html"
       echo "--- consumer project against the unpacked root"
       check "consumer builds and runs with CMake and pkg-config; the root's zelknx runs" \
         cmake -DPREFIX="$root/usr" -DSOURCE_DIR="$PWD/tests/consumer" -DWORK_DIR="$work/consumer" \

@@ -38,7 +38,11 @@ struct Options {
   std::string bits;    // decode: the group value's size, as given
   std::string gaCsv;   // the ETS group address export, if any
   std::string url = "local:/run/knx";
-  std::string count;  // monitor: stop after this many telegrams, as given
+  std::string count;                      // monitor: stop after this many telegrams, as given
+  std::string listen = "127.0.0.1:8080";  // serve
+  std::string token;                      // serve: required off loopback
+  std::string replay;                     // serve: a log instead of knxd
+  bool pace = false;                      // serve: the log at its recorded pace
   std::vector<std::string> args;
 };
 
@@ -61,5 +65,6 @@ int Dpt(const Session& session);
 int Id(const Session& session);
 int Config(const Session& session);
 int Monitor(const Session& session);  // Monitor.cpp, where knxd's client library is found
+int Serve(const Session& session);    // Serve.cpp, where cpp-httplib is found
 
 }  // namespace Zelknx

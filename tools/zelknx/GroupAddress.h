@@ -58,6 +58,8 @@ class GroupAddressTable {
 
   const GroupAddressEntry* Find(std::uint16_t address) const;
   std::size_t Size() const { return m_entries.size(); }
+  // Every entry, in address order.
+  const std::map<std::uint16_t, GroupAddressEntry>& Entries() const { return m_entries; }
 
  private:
   std::map<std::uint16_t, GroupAddressEntry> m_entries;

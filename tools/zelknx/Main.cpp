@@ -152,6 +152,17 @@ int main(int argc, char** argv) {
        "SIGINT/SIGTERM (exit status 0); knxd out of reach or gone: exit status 1.",
        Zelknx::Monitor},
 #endif
+#ifdef ZELKNX_WITH_SERVE
+      {"serve", "the group monitor as a web page, live from knxd or from a log",
+       "zelknx serve [--listen ADDR:PORT] [--token TOKEN] [--url URL | --replay LOG [--pace]]\n"
+       "      [--ga-csv FILE]\n"
+       "Serves the page and its API (/api/telegrams, /api/events, /api/groups) on --listen\n"
+       "(default 127.0.0.1:8080; port 0: any free one, printed on stderr). An address other\n"
+       "than loopback needs --token; every request must then carry it. Telegrams come from\n"
+       "knxd (--url) or from a log that decode - reads, replayed at once or, with --pace, at\n"
+       "the pace of its time stamps. Ends on SIGINT/SIGTERM (exit status 0).",
+       Zelknx::Serve},
+#endif
   };
   for (const Command& command : commands) {
     CLI::App* sub = app.add_subcommand(command.name, command.summary);
@@ -169,10 +180,17 @@ int main(int argc, char** argv) {
           "the group value's size in bits (default: 6 for one octet of a DPT of at most 6 bits, "
           "else 8 per octet)");
     }
-    if (name == "monitor") {
+    if (name == "monitor" || name == "serve") {
       sub->add_option("--url", options.url,
                       "knxd's URL: local:/run/knx (default) or ip:HOST[:PORT]");
+    }
+    if (name == "monitor")
       sub->add_option("--count", options.count, "end after N telegrams");
+    if (name == "serve") {
+      sub->add_option("--listen", options.listen, "ADDR:PORT (default 127.0.0.1:8080)");
+      sub->add_option("--token", options.token, "the token that every request must carry");
+      sub->add_option("--replay", options.replay, "a recorded log instead of knxd");
+      sub->add_flag("--pace", options.pace, "replay at the log's recorded pace");
     }
   }
 
@@ -182,7 +200,7 @@ int main(int argc, char** argv) {
   const std::vector<std::pair<const char*, std::vector<std::string>>> commandOptions = {
       {"--table", {"encode", "decode", "monitor"}},
       {"--bits", {"decode"}},
-      {"--url", {"monitor"}},
+      {"--url", {"monitor", "serve"}},
       {"--count", {"monitor"}},
   };
   app.add_flag("--table", options.table)->group("");

@@ -4,53 +4,12 @@
 #include "Commands.h"
 
 #include "KnxdGroupSocket.h"
+#include "StopSignals.h"
 
-#include <fcntl.h>
-#include <signal.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <cstring>
 #include <iostream>
 #include <string>
 
 namespace Zelknx {
-namespace {
-
-// SIGINT and SIGTERM made readable from a pipe, so that the receive loop
-// ends between two telegrams. A handler rather than a blocked signal set:
-// the logging library's threads would not block them.
-int g_stopPipe[2] = {-1, -1};
-
-void OnStopSignal(int) {
-  const char byte = 1;
-  const ssize_t written = write(g_stopPipe[1], &byte, 1);
-  (void)written;  // a full pipe already says "stop"
-}
-
-struct StopSignals {
-  struct sigaction previousInt {};
-  struct sigaction previousTerm {};
-  StopSignals() {
-    if (pipe2(g_stopPipe, O_CLOEXEC | O_NONBLOCK) != 0) {
-      throw Unreachable{std::string("pipe: ") + std::strerror(errno)};
-    }
-    struct sigaction action {};
-    action.sa_handler = OnStopSignal;
-    sigemptyset(&action.sa_mask);
-    sigaction(SIGINT, &action, &previousInt);
-    sigaction(SIGTERM, &action, &previousTerm);
-  }
-  ~StopSignals() {
-    sigaction(SIGINT, &previousInt, nullptr);
-    sigaction(SIGTERM, &previousTerm, nullptr);
-    close(g_stopPipe[0]);
-    close(g_stopPipe[1]);
-  }
-  int Fd() const { return g_stopPipe[0]; }
-};
-
-}  // namespace
 
 int Monitor(const Session& session) {
   const Options& options = session.options;
