@@ -142,12 +142,12 @@ std::string ValueText(py::handle value) {
 std::vector<std::uint8_t> Octets(py::handle payload) {
   char* data = nullptr;
   Py_ssize_t size = 0;
-  py::bytes bytes = py::reinterpret_borrow<py::object>(payload);
+  py::object bytes = py::reinterpret_borrow<py::object>(payload);
   if (!PyBytes_Check(payload.ptr())) {
-    PyObject* converted = PyBytes_FromObject(payload.ptr());
-    if (converted == nullptr)
+    // bytearray, memoryview: copied, as bytes(payload) would
+    bytes = py::reinterpret_steal<py::object>(PyBytes_FromObject(payload.ptr()));
+    if (!bytes)
       throw py::error_already_set();
-    bytes = py::reinterpret_steal<py::bytes>(converted);
   }
   PyBytes_AsStringAndSize(bytes.ptr(), &data, &size);
   return std::vector<std::uint8_t>(data, data + size);
