@@ -8,6 +8,14 @@ import tempfile
 import time
 
 import pytest
+from hypothesis import settings
+from hypothesis.configuration import set_hypothesis_home_dir
+
+# Quick and leaving nothing behind: no example database, no deadline (the
+# machine is shared); each property test sets its number of examples.
+settings.register_profile("zelobjectmodel", deadline=None, database=None)
+settings.load_profile("zelobjectmodel")
+set_hypothesis_home_dir(os.path.join(tempfile.gettempdir(), "zelobjectmodel-hypothesis"))
 
 
 @pytest.fixture

@@ -13,7 +13,7 @@ from hypothesis import given, settings, strategies as st
 
 import zelobjectmodel as z
 
-FAST = settings(max_examples=60, deadline=None)
+FAST = settings(max_examples=60)
 
 
 @pytest.mark.parametrize("dpt, payload, value", [
@@ -229,7 +229,7 @@ def test_round_trip_14(value):
 MAINS = sorted({row["dpt"] for row in z.dpts()})
 
 
-@settings(max_examples=300, deadline=None)
+@settings(max_examples=300)
 @given(st.sampled_from(MAINS), st.binary(max_size=16), st.booleans(), st.none() | st.integers(0, 200))
 def test_decode_refuses_only_with_conversion_error(dpt, payload, table, bits):
     dpt = dpt.replace(".x", ".000")
