@@ -21,7 +21,7 @@
 
 #include <cmath>
 #include <cstdio>
-#include <limits>
+#include <utility>
 
 namespace ZelPython {
 namespace {
@@ -153,7 +153,7 @@ std::vector<std::uint8_t> Octets(py::handle payload) {
   return std::vector<std::uint8_t>(data, data + size);
 }
 
-py::object Decode(py::handle dpt, py::handle payload, bool table,
+py::object Decode(const py::object& dpt, const py::object& payload, bool table,
                   const boost::optional<unsigned long long>& bits) {
   const Zel::KNXDPT parsed = ReadDpt(dpt);
   if (bits && *bits > 0xFFFFFFFFull)
@@ -163,7 +163,7 @@ py::object Decode(py::handle dpt, py::handle payload, bool table,
   return FromValue(Zelknx::DecodeOctets(table, parsed, Octets(payload), false, size));
 }
 
-py::list DecodeMany(py::handle dpt, py::iterable payloads, bool table) {
+py::list DecodeMany(const py::object& dpt, const py::iterable& payloads, bool table) {
   const Zel::KNXDPT parsed = ReadDpt(dpt);
   py::list values;
   for (py::handle payload : payloads)
@@ -171,7 +171,7 @@ py::list DecodeMany(py::handle dpt, py::iterable payloads, bool table) {
   return values;
 }
 
-py::bytes Encode(py::handle dpt, py::handle value, bool table) {
+py::bytes Encode(const py::object& dpt, const py::object& value, bool table) {
   const Zel::KNXDPT parsed = ReadDpt(dpt);
   const TavValueType type = Zelknx::EncodingType(table, parsed);
   const std::string text = ValueText(value);
@@ -185,7 +185,7 @@ py::bytes Encode(py::handle dpt, py::handle value, bool table) {
   return py::bytes(reinterpret_cast<const char*>(data.GetData()), data.GetLength());
 }
 
-py::object DptInfo(py::handle dpt) {
+py::object DptInfo(const py::object& dpt) {
   const Zel::KNXDPT parsed = ReadDpt(dpt);
   return ToPython(Zelknx::DptFacts(TableRow(parsed), parsed));
 }
@@ -294,7 +294,7 @@ py::object LoadConfig(const std::string& path) {
   return ToPython(Zelknx::ConfigFacts(path, config));
 }
 
-void SetLogLevel(py::handle level) {
+void SetLogLevel(const py::object& level) {
   int number = 0;
   if (py::isinstance<py::str>(level)) {
     const py::object known = py::module_::import("logging").attr("getLevelName")(level);
@@ -322,7 +322,12 @@ Zel::KNXDPT ReadDpt(py::handle dpt) {
     if (code >= 0 && code <= 0xFFFFFFFFll)
       parsed = Zelknx::ParseDptCode(std::to_string(code));
   } else if (py::isinstance<py::tuple>(dpt) && py::len(dpt) == 2) {
-    const auto pair = dpt.cast<std::pair<long long, long long>>();
+    std::pair<long long, long long> pair;
+    try {
+      pair = dpt.cast<std::pair<long long, long long>>();
+    } catch (const py::cast_error&) {
+      throw py::type_error("a DPT tuple is (main, sub), two int");
+    }
     if (pair.first >= 0 && pair.first <= 65535 && pair.second >= 0 && pair.second <= 65535) {
       parsed = Zel::KNXDPT{};
       parsed->mainNumber = static_cast<std::uint16_t>(pair.first);
@@ -408,7 +413,7 @@ PYBIND11_MODULE(zelobjectmodel, module) {
                         "A time of day with an optional weekday (DPT 10.001): weekday 1 "
                         "(Monday) .. 7 (Sunday), or None. str() is the tool's text form, "
                         "'Mon 08:30:00'.")
-      .def(py::init([](py::handle time, py::object weekday) {
+      .def(py::init([](const py::object& time, const py::object& weekday) {
              TimeOfDay result{time.attr("hour").cast<int>(), time.attr("minute").cast<int>(),
                               time.attr("second").cast<int>(), 0};
              if (!weekday.is_none()) {
@@ -439,7 +444,9 @@ PYBIND11_MODULE(zelobjectmodel, module) {
                         py::repr(DateTimeModule().attr("time")(t.hour, t.minute, t.second))) +
                     ", " + (t.weekday > 0 ? std::to_string(t.weekday) : "None") + ")";
            })
-      .def("__eq__", [](const TimeOfDay& a, const TimeOfDay& b) { return a.Text() == b.Text(); })
+      .def(
+          "__eq__", [](const TimeOfDay& a, const TimeOfDay& b) { return a.Text() == b.Text(); },
+          py::is_operator())
       .def("__hash__", [](const TimeOfDay& t) { return py::hash(py::str(t.Text())); });
 
   module.def("decode", &Decode, Guard(), py::arg("dpt"), py::arg("payload"), py::kw_only(),

@@ -16,9 +16,11 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <cmath>
 #include <cstring>
 #include <mutex>
 #endif
@@ -248,12 +250,12 @@ void AddReaders(py::module_& module) {
       .def_readonly("source", &GroupAddresses::source, "The file the list was read from.")
       .def("__len__", [](const GroupAddresses& list) { return list.table->Size(); })
       .def("__contains__",
-           [](const GroupAddresses& list, py::handle address) {
+           [](const GroupAddresses& list, const py::object& address) {
              return list.table->Find(ReadAddress(address)) != nullptr;
            })
       .def(
           "__getitem__",
-          [](const GroupAddresses& list, py::handle address) {
+          [](const GroupAddresses& list, const py::object& address) {
             const Zelknx::GroupAddressEntry* entry = list.table->Find(ReadAddress(address));
             if (entry == nullptr)
               throw py::key_error(std::string(py::str(address)));
