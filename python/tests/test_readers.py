@@ -1,5 +1,6 @@
 """The readers of zelknx: group address lists, bus logs and a live knxd."""
 
+import signal
 import subprocess
 import sys
 import threading
@@ -123,3 +124,24 @@ def test_interpreter_exits_while_a_thread_iterates(knxd):
         "z.encode('7.001', 70000)\n")  # an ERROR entry on the way out
     run = subprocess.run([sys.executable, "-c", script], capture_output=True, text=True, timeout=30)
     assert (run.returncode, run.stderr.strip()) == (0, "Value out of range: 70000 (DPT 7)")
+
+
+def test_ctrl_c_ends_a_waiting_iteration(knxd):
+    url, _ = knxd
+    script = (
+        "import zelobjectmodel as z\n"
+        f"m = z.Monitor({url!r})\n"
+        "print('ready', flush=True)\n"
+        "try:\n"
+        "    list(m)\n"
+        "except KeyboardInterrupt:\n"
+        "    print('interrupted')\n")
+    child = subprocess.Popen([sys.executable, "-c", script], stdout=subprocess.PIPE, text=True)
+    try:
+        assert child.stdout.readline() == "ready\n"
+        time.sleep(0.2)
+        child.send_signal(signal.SIGINT)
+        assert child.communicate(timeout=10)[0] == "interrupted\n"
+    finally:
+        child.kill()
+        child.wait()
