@@ -1,6 +1,6 @@
 // zelknx's text readers on arbitrary text: a value of a value type
-// (ParseValue), hex payloads (ParseHex), DPT spellings, group addresses and
-// the lines of knxd's tools. Nothing may throw or crash; what is read must
+// (ParseValue), hex payloads (ParseHex), DPT spellings and group addresses
+// (the lines of bus logs: ZelknxLogLineFuzz). Nothing may throw or crash; what is read must
 // print and read back the same (values through FormatValue, payloads
 // through their hex), and every JSON of it must print (text that is not
 // UTF-8 included).
@@ -8,7 +8,6 @@
 // Input layout: a value type selector, then the text.
 #include "FuzzSupport.h"
 
-#include "BusLine.h"
 #include "DptNames.h"
 #include "GroupAddress.h"
 #include "ValueText.h"
@@ -94,11 +93,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (const auto address = Zelknx::ParseGroupAddress(text)) {
     Check(Zelknx::ParseGroupAddress(Zelknx::GroupAddressText(*address)) == address,
           "a group address does not read back from its text");
-  }
-  if (const auto line = Zelknx::ParseBusLine(text, error)) {
-    Check(line->apci != Zelknx::Apci::Read || line->octets.empty(), "a read with data");
-  } else {
-    Zelknx::DumpJson(nlohmann::ordered_json{{"error", error}});
   }
   return 0;
 }

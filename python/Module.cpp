@@ -175,7 +175,13 @@ py::bytes Encode(const py::object& dpt, const py::object& value, bool table) {
   const Zel::KNXDPT parsed = ReadDpt(dpt);
   const TavValueType type = Zelknx::EncodingType(table, parsed);
   const std::string text = ValueText(value);
-  const auto tav = Zelknx::ParseValue(type, text);
+  auto tav = Zelknx::ParseValue(type, text);
+  if (tav && tav->ivt == ivtNone && !value.is_none() && (type == ivtString || type == ivtBinary)) {
+    // "-" is the text form's no-value, which a script writes as None: to a
+    // string DPT the str "-" is the string.
+    tav->ivt = type;
+    tav->SetString(text);
+  }
   if (!tav) {
     throw py::value_error("'" + text + "' is not a value of type " +
                           TAVVALUE::GetNameFromValueType(type));

@@ -5,8 +5,8 @@
 // monitor`, as dicts.
 #include "Binding.h"
 #include "LogBridge.h"
-#include "PendingReaders.h"
 
+#include "BusLine.h"
 #include "GroupAddress.h"
 #include "ValueText.h"
 

@@ -1,6 +1,6 @@
 // zelknx's text readers, without the process: DPT spellings and the names
 // table, values and hex, group addresses, the ETS group address export and
-// the lines of knxd's tools.
+// the lines of bus logs and frames in hex.
 #include "BusLine.h"
 #include "DptNames.h"
 #include "GroupAddress.h"
@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <set>
 #include <sstream>
 #include <string>
@@ -74,6 +75,7 @@ TEST(ZelknxDptNames, TableCoversTheLibrarysMainNumbersOnce) {
   }
   std::set<std::string> names;
   std::set<std::pair<unsigned, unsigned>> subtypes;
+  EXPECT_TRUE(std::is_sorted(DptNameTable().begin(), DptNameTable().end(), [](const DptNameEntry& a, const DptNameEntry& b) { return a.mainNumber < b.mainNumber; }));  // FindDptName searches it so
   for (const DptNameEntry& entry : DptNameTable()) {
     const std::string name = entry.name;
     if (name.compare(0, 4, "DPT_") != 0)
@@ -215,47 +217,77 @@ TEST(ZelknxGroupAddressCsv, MalformedFilesNameTheLine) {
   }
 }
 
-// Each line form and what it says, hex with blanks or colons anywhere
-// between digits; "error: " and why for a line that is not a telegram.
+// Each line form and the telegram it holds ("-": none), each row with the
+// tool whose output it is shaped after; frames in hex from the KNX layouts.
+// "error: " and why for a telegram or payload that is malformed.
 TEST(ZelknxBusLine, EveryLineForm) {
-  const std::vector<std::pair<const char*, const char*>> cases = {
-      {"  DPST-9-1\t0c:33  ", "9.001 - - write 0c33"},
-      {"9.001 0C 33", "9.001 - - write 0c33"},
-      {"9.001 0 c3 3", "9.001 - - write 0c33"},
-      {"9.001 fF", "9.001 - - write ff"},
-      {"Write from 1.1.5 to 1/2/3: 0C 33 ", "- 1.1.5 1/2/3 write 0c33"},
-      {"Response from 15.15.255 to 31/7/255: 12 34 56", "- 15.15.255 31/7/255 response 123456"},
-      {"L_Busmon: BC 11 05 0A 03 E3 00 80 0C 33 5A :L_Data low from 1.1.5 to 1/2/3 hops: 06 T_Data_Group A_GroupValue_Write 0C 33 ", "- 1.1.5 1/2/3 write 0c33"},
-      {"L_Busmon: BC 00 04 0A 03 E1 00 81 2E :L_Data low from 0.0.4 to 1/2/3 hops: 06 T_Data_Group A_GroupValue_Write (small) 01 ", "- 0.0.4 1/2/3 write short 01"},
-      {"L_Busmon: BC 00 06 0A 05 E1 00 00 AB :L_Data low from 0.0.6 to 1/2/5 hops: 06 T_Data_Group A_GroupValue_Read", "- 0.0.6 1/2/5 read "},
-      {"L_Busmon: BC 00 06 0A 05 E1 00 40 AB :L_Data low from 0.0.6 to 1/2/5 hops: 06 T_Data_Group A_GroupValue_Response 0C 33", "- 0.0.6 1/2/5 response 0c33"},
-      {"", "error: empty line"},
-      {"bogus line", "error: not a DPT, a group address or a line of knxtool: 'bogus'"},
-      {"9.001", "error: no data after '9.001'"},
-      {"9.001 0c3", "error: odd number of hex digits in '0c3'"},
-      {"9.001 0g33", "error: bad hex string '0g33'"},
-      {"9.001 0x0c", "error: bad hex string '0x0c'"},
-      {"1/8/3 0c33", "error: bad group address '1/8/3'"},
-      {"Write from 1.1.5 to 1/2/3", "error: no ':' before the data"},
-      {"Write from 1.1.5 to 1/2/3: ", "error: no data"},
-      {"Write from 1.16.5 to 1/2/3: 01", "error: bad source address '1.16.5'"},
-      {"Read from 1.1.5 to 1/2/3: 01", "error: data after a read"},
-      {"L_Busmon: BC 11 05 11 06 60 43 00 :L_Data low from 1.1.5 to 1.1.6 hops: 06 T_Connect", "error: '1.1.6' is not a group address (not a group telegram)"},
-      {"L_Busmon: BC 11 05 0A 03 E1 00 C0 00 :L_Data low from 1.1.5 to 1/2/3 hops: 06 T_Data_Group A_IndividualAddress_Write", "error: not a group value read, write or response"},
-      {"L_Busmon: BC 00 06 0A 05 E1 00 00 AB :L_Data low from 0.0.6 to 1/2/5 hops: 06 T_Data_Group A_GroupValue_Read 01", "error: data after a read"},
+  struct Case {
+    std::string line;
+    const char* expected;  // [time] src dst apci [short] hex | DPT ... | GA ... | - | error: ...
+    const char* shape;
   };
-  for (const auto& c : cases) {
-    std::string error;
-    const auto bus = ParseBusLine(c.first, error);
+  const std::vector<Case> cases = {
+      {"Write from 1.1.202 to 3/3/6: 01 43", "1.1.202 3/3/6 write 0143", "knxtool groupsocketlisten"},
+      {"Response from 15.15.255 to 31/7/255: 12 34 56 ", "15.15.255 31/7/255 response 123456", "groupsocketlisten"},
+      {"Read from 1.1.5 to 1/2/3", "1.1.5 1/2/3 read ", "groupsocketlisten"},
+      {"LPDU: BC 11 08 18 04 E3 00 80 2C 93 9A :L_Data low from 1.1.8 to 3/0/4 hops: 06 T_DATA_XXX_REQ A_GroupValue_Write 2C 93", "1.1.8 3/0/4 write 2c93", "eibd vbusmonitor1"},
+      {std::string("Fri Sep  4 06:15:03 2015:LPDU: BC 11 03 0A 03 E1 00 81 38 :L_Data low from 1.1.3 to 1/2/3 hops: 06 T_DATA_XXX_REQ A_GroupValue_Write (small) 01 \0\0", 124), "2015-09-04T06:15:03 1.1.3 1/2/3 write short 01", "vbusmonitor1 behind a date, NUL bytes"},
+      {"M\u00e4r 21 08:28:44 ha-server knxd[28931]: Layer 0 [24:log/C.tpuarts        11.455] Recv L_Data low from 1.0.21 to 3/2/24 hops: 06 T_DATA_XXX_REQ A_GroupValue_Write 0F", "M\u00e4r 21 08:28:44 1.0.21 3/2/24 write 0f", "knxd trace in a German syslog"},
+      {"Jun 11 06:54:20 host knxd[1059]: Layer 0 [22:log/B.tpuarts  367.099] Recv L_Data (repeated) low from 1.0.14 to 1/3/141 hops: 06 T_Data_Group A_GroupValue_Write (small) 01", "Jun 11 06:54:20 1.0.14 1/3/141 write short 01", "newer knxd, a repetition"},
+      {"f\u00e9vr. 16 13:38:04 host knxd[1]: Queue L_Data urgent from 0.0.0 to 1/1/9 hops: 06 T_DATA_XXX_REQ A_GroupValue_Write 0C 33", "f\u00e9vr. 16 13:38:04 0.0.0 1/1/9 write 0c33", "knxd trace in a French syslog"},
+      {"Layer 0 [22:log/E.tpuarts       12.206] Recv L_Data low from 0.6.0 to 5/4/39 hops: 04 T_DATA_XXX_REQ A_GroupValue_Read", "0.6.0 5/4/39 read ", "knxd trace on stderr"},
+      {"2024-03-15T08:30:00+0100 host knxd[1]: Recv L_Data low from 0.5.16 to 5/4/39 hops: 06 T_DATA_XXX_REQ A_GroupValue_Response FF ", "2024-03-15T08:30:00+01:00 0.5.16 5/4/39 response ff", "journalctl -o short-iso"},
+      {"knxd: Layer 0 [ 6:usb:1:4:1:0:0 25.222] RecvEMI(011): 29 00 BC E0 11 0F 0C 10 01 00 40", "1.1.15 1/4/16 response short 00", "knxd trace: cEMI L_Data.ind"},
+      {"[2024-03-15 08:30:00.5] 2E 04 03 02 01 02 BC E0 11 0F 0A 03 03 00 80 0C 33", "2024-03-15T08:30:00.5 1.1.15 1/2/3 write 0c33", "cEMI L_Data.con with additional information"},
+      {"RecvEMI(017): 29 05 03 02 01 02 BC E0 11 0F 0A 03 03 00 80 0C 33", "-", "cEMI whose additional information is one octet short"},
+      {"11 00 BC E0 00 00 0A 03 01 00 00", "0.0.0 1/2/3 read ", "cEMI L_Data.req"},
+      {"29 00 B0 60 11 0F 11 06 00 80", "-", "cEMI T_Connect to an individual address"},
+      {"2B 07 03 01 04 04 02 00 00 BC 11 DC FD 01 E3 00 80 0C 56 4B", "1.1.220 31/5/1 write 0c56", "cEMI L_Busmon.ind"},
+      {"11 0C 00 00 0B 0F D1 00 80", "0.0.0 1/3/15 write short 00", "EMI2 L_Data.req"},
+      {"2024/03/15 08:30:00 49 0C 11 0F 0A 04 E1 00 81", "2024-03-15T08:30:00 1.1.15 1/2/4 write short 01", "EMI1 L_Data.ind"},
+      {"May 23 12:15:45 host knxd[6321]: knxd: Layer 0 [12:server/Server  367.084] Send(021): 06 10 04 20 00 15 04 01 06 00 29 00 BC D0 11 CC 00 64 01 00 82", "May 23 12:15:45 1.1.204 0/0/100 write short 02", "knxd trace: KNXnet/IP tunnelling"},
+      {"May 23 12:15:45 host knxd[6321]: knxd: Layer 1 [12:server/Server  367.084] Send(015): 04 01 06 00 29 00 BC D0 11 CC 00 64 01 00 82", "-", "the same without its header: not a frame"},
+      {"May 23 12:15:45 host knxd[6321]: knxd: Layer 0 [12:server/Server  367.085] Recv(010): 06 10 04 21 00 0A 04 01 06 00", "-", "KNXnet/IP TUNNELLING_ACK"},
+      {"2021-03-02 21:09:13,456 DEBUG [raw_socket] Received from ('10.0.0.70', 3671): 0610053000112900bce0110f0a05010000", "2021-03-02T21:09:13.456 1.1.15 1/2/5 read ", "a Python debug log: KNXnet/IP routing"},
+      {"0d 00:03:37: BCU<Debug>:   Received frame: 01.01.220 -> 31/05/001 [_D______A] ( BC 11 DC FD 01 E3 00 80 0C 56 4B ) [11]", "1.1.220 31/5/1 write 0c56", "a device's debug trace: TP1"},
+      {"[16:56:04.854] ( BC 11 DC FD 01 E3 00 80 0C 56 4C ) [11]", "error: TP1 frame with a wrong check octet 4C (should be 4B)", "TP1, its check octet wrong"},
+      {"B0 11 06 11 07 60 80 AE", "-", "TP1 T_Connect to an individual address"},
+      {"", "-", "a blank line"},
+      {"Mar 21 08:28:44 ha-server knxd[28931]: Layer 0 [24:log/C.tpuarts 11.455] Has Addr 1.0.21: yes", "-", "another knxd trace line"},
+      {"Layer 0 [25:A.tcp/CConn        7.142] ReadMessage(005): 00 22 0B 0F FF", "-", "knxd's client protocol"},
+      {"LPDU: B0 11 05 11 06 60 80 78 :L_Data low from 1.1.5 to 1.1.6 hops: 06 T_Connect", "-", "vbusmonitor1, an individual destination"},
+      {"L_Data low from 1.1.5 to 0/0/0 hops: 06 T_DATA_XXX_REQ A_IndividualAddress_Write 11 0A", "-", "knxd trace, a management service"},
+      {"bogus line", "-", "other text"},
+      {"  DPST-9-1\t0c:33  ", "DPT 9.001 0c33", "DPT HEX"},
+      {"9.001 0 c3 3", "DPT 9.001 0c33", "DPT HEX"},
+      {"1/2/3 0C 33", "GA 1/2/3 0c33", "GA HEX"},
+      {"9.001", "error: no data after '9.001'", "DPT HEX"},
+      {"9.001 0c3", "error: odd number of hex digits in '0c3'", "DPT HEX"},
+      {"9.001 0g33", "error: bad hex string '0g33'", "DPT HEX"},
+      {"1/8/3 0c33", "error: bad group address '1/8/3'", "GA HEX"},
+      {"Write from 1.1.5 to 1/2/3", "error: no ':' before the data", "groupsocketlisten"},
+      {"Write from 1.1.5 to 1/2/3: ", "error: no data", "groupsocketlisten"},
+      {"Write from 1.16.5 to 1/2/3: 01", "error: bad source address '1.16.5'", "groupsocketlisten"},
+      {"Write from 1.1.5 to 1/8/3: 01", "error: bad group address '1/8/3'", "groupsocketlisten"},
+      {"Read from 1.1.5 to 1/2/3: 01", "error: data after a read", "groupsocketlisten"},
+      {"Recv L_Data low from 0.0.6 to 1/2/5 hops: 06 T_Data_Group A_GroupValue_Read 01", "error: data after a read", "knxd trace"},
+      {"Recv L_Data low from 0.0.6 to 1/2/5 hops: 06 T_Data_Group A_GroupValue_Write (small) 01 02", "error: more than one octet in the short form", "knxd trace"},
+  };
+  BusLine bus;
+  for (const Case& c : cases) {
+    bus.error = "poison";
+    ReadBusLine(c.line, bus);
+    const Telegram& t = bus.telegram;
     std::ostringstream out;
-    if (!bus) {
-      out << "error: " << error;
-    } else {
-      out << (bus->dpt ? DptName(*bus->dpt) : "-") << ' ' << (bus->source ? IndividualAddressText(*bus->source) : "-") << ' ' << (bus->destination ? GroupAddressText(*bus->destination) : "-") << ' ' << ApciName(bus->apci) << (bus->shortForm ? " short" : "") << ' ';
-      for (const std::uint8_t octet : bus->octets)
-        out << std::hex << (octet < 16 ? "0" : "") << unsigned{octet};
+    switch (bus.kind) {
+      case LineKind::None: out << "-"; break;
+      case LineKind::Error: out << "error: " << bus.error; break;
+      case LineKind::DptPayload: out << "DPT " << DptName(*bus.dpt) << ' ' << Hex(t.octets, ""); break;
+      case LineKind::GroupPayload: out << "GA " << GroupAddressText(t.destination) << ' ' << Hex(t.octets, ""); break;
+      case LineKind::Telegram:
+        out << (t.time.empty() ? "" : t.time + " ") << IndividualAddressText(*t.source) << ' ' << GroupAddressText(t.destination) << ' ' << ApciName(t.apci) << (t.shortForm && t.apci != Apci::Read ? " short " : " ") << Hex(t.octets, "");
     }
-    EXPECT_EQ(out.str(), c.second) << c.first;
+    EXPECT_EQ(out.str(), c.expected) << c.shape << ": " << c.line;
   }
 }
 

@@ -12,6 +12,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <iterator>
+#include <sstream>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -165,6 +167,20 @@ TEST(ZelknxTool, HelpOnEveryCommand) {
   }
 }
 
+// Every command that the general help lists has its entry in the manual page.
+TEST(ZelknxTool, ManualPageOfEveryCommand) {
+  std::ifstream in(ZELKNX_MANUAL_PAGE);
+  const std::string page{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+  const std::string help = Zelknx("--help").out;
+  std::istringstream lines(help.substr(help.find("Subcommands:\n") + 13));
+  std::size_t commands = 0;
+  for (std::string line; std::getline(lines, line) && line.rfind("  ", 0) == 0; ++commands) {
+    const std::string command = line.substr(2, line.find(' ', 2) - 2);
+    EXPECT_NE(page.find("\n.B " + command), std::string::npos) << command;
+  }
+  EXPECT_GE(commands, 5u);
+}
+
 TEST(ZelknxTool, DptTableNamesIdsAndConfig) {
   EXPECT_EQ(JsonLines(Zelknx("dpt --json").out).size(), 53u);
   EXPECT_EQ(JsonOf("dpt 9.001"), (Json{{"dpt", "9.001"}, {"bits", 16}, {"type", "ivtFloat"}, {"subtype", "KnxFloat"}, {"converter", "KnxConverterFloat16BitFloat"}, {"range", "FloatRange(-273, 670760, -273, 670760)"}, {"omType", "ivtFloat"}, {"omDefault", 0.0}, {"name", "DPT_Value_Temp"}, {"unit", "°C"}}));
@@ -212,25 +228,29 @@ TEST(ZelknxTool, OptionsBeforeOrAfterTheCommand) {
   // -- ends the options: a value that looks like one follows it.
   EXPECT_EQ(Json::parse(Zelknx("--json encode 16.000 -- --x").out)["hex"], "2d2d780000000000000000000000");
   EXPECT_EQ(Zelknx("--json encode 9.001 -- -inf").status, 1);  // DPT 9 refuses infinities, silently
-  EXPECT_EQ(Zelknx("--json encode 9.001 -inf").status, 2);
+  EXPECT_EQ(Zelknx("--json encode 9.001 -inf").status, 1);     // a value all the same, as -nan
+  EXPECT_EQ(JsonOf("encode 14.068 -inf")["hex"], "ff800000");
+  EXPECT_EQ(JsonOf("encode 14.068 -NaN --table").at("hex").get<std::string>().substr(0, 4), "ffc0");
   EXPECT_EQ(JsonOf("--table --bits 8 decode 5.001 ff")["value"], 255);
   EXPECT_EQ(Zelknx("--json encode --bits 8 9.001 1").status, 2);  // --bits is decode's
   EXPECT_EQ(Zelknx("--json --bits 8 encode 9.001 1").out, "{\"error\":\"unknown option --bits for encode\"}\n");
 }
 
-// Every line form in one batch, a bad line and a refused value in the
-// middle: one result per line, in order, and exit status 1. A group
-// address stands for its DPT in the other commands too.
+// Every line form in one batch, other lines, a bad line and a refused value
+// in the middle: one result per telegram or payload line, in order, the
+// live monitor's object for a telegram (a group without a DPT: its data in
+// hex), and exit status 1. A group address stands for its DPT in the other
+// commands too.
 TEST_F(ZelknxFiles, BatchDecodingOfMonitorLogs) {
   const std::string csv = Write("ga.csv", kGroupAddresses);
   const std::string log = Write("log.txt",
                                 "Write from 1.1.5 to 1/2/3: 0C 33 \n"
-                                "Write from 1.1.6 to 1/2/4: 01\n"
                                 "Read from 1.1.7 to 1/2/5\n"
                                 "this is not a telegram\n"
                                 "\n"
-                                "L_Busmon: BC 11 05 0A 05 E5 00 80 42 C8 00 00 5A :L_Data low from 1.1.5 to 1/2/5 hops: 06 T_Data_Group A_GroupValue_Response 42 C8 00 00 \n"
-                                "L_Busmon: BC 00 04 0A 04 E1 00 81 2E :L_Data low from 0.0.4 to 1/2/4 hops: 06 T_Data_Group A_GroupValue_Write (small) 00 \n"
+                                "Mar 15 08:30:00 host knxd[12]: Layer 0 [22:log/B.tpuarts  367.099] Recv L_Data low from 1.1.5 to 1/2/5 hops: 06 T_Data_Group A_GroupValue_Response 42 C8 00 00 \n"
+                                "LPDU: BC 00 04 0A 04 E1 00 81 2E :L_Data low from 0.0.4 to 1/2/4 hops: 06 T_DATA_XXX_REQ A_GroupValue_Write (small) 00 \n"
+                                "2024-03-15 08:30:01.250 RecvEMI(012): 29 00 BC E0 11 0F 0A 06 02 00 80 01\n"
                                 "11.001 0f0d18\n"
                                 "9.001 0c33\n"
                                 "1/2/6 0c33\n"
@@ -238,12 +258,11 @@ TEST_F(ZelknxFiles, BatchDecodingOfMonitorLogs) {
   const Result run = Zelknx("--json decode --ga-csv '" + csv + "' - < '" + log + "'");
   EXPECT_EQ(run.status, 1);
   const std::vector<Json> expected = {
-      {{"line", 1}, {"src", "1.1.5"}, {"dst", "1/2/3"}, {"group", "Temperatur Küche"}, {"apci", "write"}, {"dpt", "9.001"}, {"type", "ivtFloat"}, {"value", 21.5}, {"name", "DPT_Value_Temp"}, {"unit", "°C"}},
-      {{"line", 2}, {"src", "1.1.6"}, {"dst", "1/2/4"}, {"group", "Licht Küche"}, {"apci", "write"}, {"dpt", "1.001"}, {"type", "ivtBool"}, {"value", true}, {"name", "DPT_Switch"}, {"unit", nullptr}},
-      {{"line", 3}, {"src", "1.1.7"}, {"dst", "1/2/5"}, {"group", "Leistung Herd"}, {"apci", "read"}, {"dpt", "14.056"}, {"value", nullptr}},
-      {{"line", 4}, {"error", "not a DPT, a group address or a line of knxtool: 'this'"}},
-      {{"line", 6}, {"src", "1.1.5"}, {"dst", "1/2/5"}, {"group", "Leistung Herd"}, {"apci", "response"}, {"dpt", "14.056"}, {"type", "ivtFloat"}, {"value", 100.0}, {"name", "DPT_Value_Power"}, {"unit", "W"}},
-      {{"line", 7}, {"src", "0.0.4"}, {"dst", "1/2/4"}, {"group", "Licht Küche"}, {"apci", "write"}, {"dpt", "1.001"}, {"type", "ivtBool"}, {"value", false}, {"name", "DPT_Switch"}, {"unit", nullptr}},
+      {{"line", 1}, {"src", "1.1.5"}, {"dst", "1/2/3"}, {"name", "Temperatur Küche"}, {"dpt", "9.001"}, {"apci", "write"}, {"hex", "0c33"}, {"value", 21.5}, {"unit", "°C"}},
+      {{"line", 2}, {"src", "1.1.7"}, {"dst", "1/2/5"}, {"name", "Leistung Herd"}, {"dpt", "14.056"}, {"apci", "read"}, {"hex", ""}, {"value", nullptr}, {"unit", nullptr}},
+      {{"line", 5}, {"time", "Mar 15 08:30:00"}, {"src", "1.1.5"}, {"dst", "1/2/5"}, {"name", "Leistung Herd"}, {"dpt", "14.056"}, {"apci", "response"}, {"hex", "42c80000"}, {"value", 100.0}, {"unit", "W"}},
+      {{"line", 6}, {"src", "0.0.4"}, {"dst", "1/2/4"}, {"name", "Licht Küche"}, {"dpt", "1.001"}, {"apci", "write"}, {"hex", "00"}, {"value", false}, {"unit", nullptr}},
+      {{"line", 7}, {"time", "2024-03-15T08:30:01.250"}, {"src", "1.1.15"}, {"dst", "1/2/6"}, {"name", "Reserve"}, {"dpt", nullptr}, {"apci", "write"}, {"hex", "01"}, {"value", nullptr}, {"unit", nullptr}},
       {{"line", 8}, {"error", "Received invalid value 0f 0d 18 for DPT 11.1"}},  // month 13
       {{"line", 9}, {"dpt", "9.001"}, {"type", "ivtFloat"}, {"value", 21.5}, {"name", "DPT_Value_Temp"}, {"unit", "°C"}},
       {{"line", 10}, {"error", "no DPT for group address 1/2/6 in " + csv}},
@@ -251,12 +270,12 @@ TEST_F(ZelknxFiles, BatchDecodingOfMonitorLogs) {
   };
   EXPECT_EQ(JsonLines(run.out), expected) << run.out;
 
-  const Result text = Zelknx("decode --ga-csv '" + csv + "' - < '" + Write("good.txt", "Write from 1.1.5 to 1/2/3: 0C 33\n9.004 0c33\n") + "'");
+  const Result text = Zelknx("decode --ga-csv '" + csv + "' - < '" + Write("good.txt", "Write from 1.1.5 to 1/2/3: 0C 33\n2024-03-15 08:30:01 49 0C 11 0F 0A 04 E1 00 81\nDebug: no telegram\n9.004 0c33\n1/2/3 0c33\n") + "'");
   EXPECT_EQ(text.status, 0);
-  EXPECT_EQ(text.out, "1/2/3 Temperatur Küche: 21.5 °C\n21.5 lux\n");
+  EXPECT_EQ(text.out, "1.1.5 -> 1/2/3 Temperatur Küche (9.001) write 21.5 °C\n2024-03-15T08:30:01 1.1.15 -> 1/2/4 Licht Küche (1.001) write true\n21.5 lux\n1/2/3 Temperatur Küche: 21.5 °C\n");
   EXPECT_EQ(JsonOf("encode 1/2/3 21.5 --ga-csv '" + csv + "'")["hex"], "0c33");
   EXPECT_EQ(JsonOf("dpt 1/2/5 --ga-csv '" + csv + "'")["name"], "DPT_Value_Power");
-  EXPECT_EQ(Zelknx("decode - < '" + log + "'").out.rfind("line 1: error: no DPT for group address 1/2/3 (give the ETS export with --ga-csv)\n", 0), 0u);
+  EXPECT_EQ(Zelknx("decode - < '" + log + "'").out.rfind("1.1.5 -> 1/2/3 write 0c 33\n1.1.7 -> 1/2/5 read\n", 0), 0u);  // no list: the data in hex
 }
 
 }  // namespace

@@ -56,19 +56,18 @@ def test_telegrams_of_a_log(groups):
         "Read from 1.1.9 to 1/2/3\n",
         "Write from 1.1.7 to 1/2/6: 12 34\n",
         "1/2/4 01\n",
-        "9.001 0c33\n",
+        "1/2/6 1234\n",
         "11.001 0f0d18\n",
     ]
     results = list(z.telegrams(log, groups))
     assert [r["line"] for r in results] == [1, 3, 4, 5, 6, 7]
-    first = results[0]
-    assert {k: first[k] for k in ("src", "dst", "name", "dpt", "apci", "value", "unit")} == {
-        "src": "1.1.5", "dst": "1/2/3", "name": "Temperatur Küche", "dpt": "9.001",
-        "apci": "write", "value": 21.5, "unit": "°C"}
+    assert results[0] == {
+        "line": 1, "src": "1.1.5", "dst": "1/2/3", "name": "Temperatur Küche", "dpt": "9.001",
+        "apci": "write", "hex": "0c33", "value": 21.5, "unit": "°C"}
     assert results[1]["apci"] == "read" and results[1]["value"] is None
-    assert results[2] == {"line": 4, "error": "no DPT for group address 1/2/6 in " + groups.source}
+    assert (results[2]["dpt"], results[2]["hex"], results[2]["value"]) == (None, "1234", None)
     assert results[3]["value"] is True
-    assert results[4]["value"] == 21.5
+    assert results[4] == {"line": 6, "error": "no DPT for group address 1/2/6 in " + groups.source}
     assert results[5] == {"line": 7, "error": "Received invalid value 0f 0d 18 for DPT 11.1"}
 
 

@@ -62,6 +62,7 @@ def test_decode_options_and_no_value():
     ("11.001", datetime.date(2024, 3, 15), "0f0318"),
     ("19.001", datetime.datetime(2024, 3, 15, 8, 30), "7c030fa81e002000"),
     ("16.000", "hello", "68656c6c6f000000000000000000"),
+    ("16.000", "-", "2d00000000000000000000000000"),  # a string, not the text form's no-value
 ])
 def test_encode(dpt, value, payload):
     assert z.encode(dpt, value).hex() == payload

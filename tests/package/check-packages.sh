@@ -15,7 +15,8 @@
 # Both: no runtime or development package holds a file named like a platform
 # library; the library is stripped, has its debug information in the -dbgsym
 # package, has no search path of its own and depends on the packages of
-# Boost and log4cplus; the stand-ins lie only in the private folder.
+# Boost and log4cplus; the stand-ins lie only in the private folder; zelknx
+# has its manual page.
 set -euo pipefail
 cd "$(dirname "$0")/../.."
 
@@ -124,6 +125,8 @@ for arch in "${arches[@]}"; do
     no_foreign_depends "$runtime"
   check "zelknx depends on the runtime of its version" \
     depends_on "$tool" "libzelobjectmodel0 (= $(field "$runtime" Version))"
+  check "zelknx's manual page, gzipped, renders without warnings" \
+    sh -c "gzip -t '$root/usr/share/man/man1/zelknx.1.gz' && ! zcat '$root/usr/share/man/man1/zelknx.1.gz' | groff -man -Tutf8 -ww -z 2>&1 | grep -q ."
 
   case $arch in
     amd64)

@@ -11,6 +11,10 @@
 
 #include <boost/core/demangle.hpp>
 
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
 #include <iomanip>
 #include <iostream>
 #include <sstream>
@@ -65,74 +69,55 @@ Json NameOrNull(const char* text) {
   return text != nullptr ? Json(text) : Json(nullptr);
 }
 
-// The group address list's entry of `address`, or null.
-const GroupAddressEntry* FindGroup(const Session& session, std::uint16_t address) {
-  return session.groups ? session.groups->Find(address) : nullptr;
-}
-
-// One line of `decode -`: its result, or its error with the line number.
-bool DecodeLine(const Session& session, std::size_t number, const std::string& line) {
-  const Options& options = session.options;
-  Json json;
-  json["line"] = number;
-  std::string text;
-  boost::optional<std::string> error;  // the line's error instead of its result
-  try {
-    std::string why;
-    const auto bus = ParseBusLine(line, why);
-    if (!bus)
-      throw UsageError{why};
-    const GroupAddressEntry* group =
-        bus->destination ? FindGroup(session, *bus->destination) : nullptr;
-    if (bus->source)
-      json["src"] = IndividualAddressText(*bus->source);
-    if (bus->destination) {
-      json["dst"] = GroupAddressText(*bus->destination);
-      json["group"] = group != nullptr ? Json(group->name) : Json(nullptr);
-      if (bus->source)
-        json["apci"] = ApciName(bus->apci);  // a telegram, not "GA HEX"
-      text =
-          GroupAddressText(*bus->destination) + (group != nullptr ? " " + group->name : "") + ": ";
-    }
-    boost::optional<Zel::KNXDPT> dpt = bus->dpt;
-    if (!dpt && group != nullptr)
-      dpt = group->dpt;
-    if (bus->apci == Apci::Read) {
-      json["dpt"] = dpt ? Json(DptName(*dpt)) : Json(nullptr);
-      json["value"] = nullptr;
-      text += "read";
-    } else if (!dpt) {
-      throw UsageError{
-          "no DPT for group address " + GroupAddressText(*bus->destination) +
-          (session.groups ? " in " + options.gaCsv : " (give the ETS export with --ga-csv)")};
-    } else {
-      ResetLastError();
-      const TAVVALUE value = DecodeOctets(options.table, *dpt, bus->octets, bus->shortForm);
-      text += AddValue(json, *dpt, value);
-    }
-  } catch (const UsageError& failure) {
-    error = failure.message;
-  } catch (const Refusal& failure) {
-    error = failure.message;
-  }
-  if (error) {
-    Print(options, Json{{"line", number}, {"error", *error}},
-          "line " + std::to_string(number) + ": error: " + *error);
-    return false;
-  }
-  Print(options, json, text);
-  return true;
-}
-
-int DecodeLines(const Session& session) {
-  bool allDecoded = true;
+// Calls `each` with every line of stdin, without its line feed. The output
+// is flushed whenever the input has nothing more at hand, so that a live
+// log (tail -f) is decoded as it grows.
+template <class Each>
+void ForEachLine(Each each) {
+  std::vector<char> buffer(1 << 16);
   std::string line;
-  for (std::size_t number = 1; std::getline(std::cin, line); ++number) {
-    if (line.find_first_not_of(" \t\r") == std::string::npos)
-      continue;  // no result for a blank line
-    allDecoded = DecodeLine(session, number, line) && allDecoded;
+  std::string partial;  // the start of a line that the next read continues
+  for (;;) {
     std::cout.flush();
+    const ssize_t got = read(STDIN_FILENO, buffer.data(), buffer.size());
+    if (got < 0 && errno == EINTR)
+      continue;
+    if (got <= 0)
+      break;
+    const char* at = buffer.data();
+    const char* const end = at + got;
+    for (const char* feed; (feed = static_cast<const char*>(std::memchr(at, '\n', end - at)));
+         at = feed + 1) {
+      if (partial.empty()) {
+        line.assign(at, feed);
+      } else {
+        line = std::move(partial.append(at, feed));
+        partial.clear();
+      }
+      each(line);
+    }
+    partial.append(at, end);
   }
+  if (!partial.empty())
+    each(partial);
+}
+
+// `decode -`: one result per line that holds a telegram or a payload.
+int DecodeLines(const Session& session) {
+  const Options& options = session.options;
+  const GroupAddressTable* groups = session.groups ? &*session.groups : nullptr;
+  const Output output = options.json ? Output::Json : Output::Text;
+  BusLine buffer;
+  bool allDecoded = true;
+  std::size_t number = 0;
+  ForEachLine([&](const std::string& line) {
+    const auto result =
+        DecodeLogLine(line, ++number, groups, options.gaCsv, options.table, output, buffer);
+    if (result) {
+      Print(options, result->json, result->text);
+      allDecoded = allDecoded && !result->failed;
+    }
+  });
   return allDecoded ? 0 : 1;
 }
 

@@ -362,11 +362,14 @@ const DptNameEntry* FindDptName(const Zel::KNXDPT& dpt) {
   // Sub 0 is both the main type and, for 14, 15 and 16, a subtype of its
   // own: the subtype's row comes later and wins. An unknown sub number gets
   // the main type's row.
+  // The table is in the order of main numbers (the test of the table checks).
+  auto row = std::lower_bound(
+      kTable.begin(), kTable.end(), dpt.mainNumber,
+      [](const DptNameEntry& entry, unsigned short main) { return entry.mainNumber < main; });
   const DptNameEntry* exact = nullptr;
   const DptNameEntry* mainType = nullptr;
-  for (const DptNameEntry& entry : kTable) {
-    if (entry.mainNumber != dpt.mainNumber)
-      continue;
+  for (; row != kTable.end() && row->mainNumber == dpt.mainNumber; ++row) {
+    const DptNameEntry& entry = *row;
     if (entry.subNumber == dpt.subNumber)
       exact = &entry;
     if (entry.subNumber == 0 && mainType == nullptr)

@@ -15,6 +15,7 @@
 #include <log4cplus/loglevel.h>
 
 #include <algorithm>
+#include <cctype>
 #include <functional>
 #include <iostream>
 #include <string>
@@ -26,9 +27,9 @@ using Zelknx::Json;
 const char kValues[] =
     "DPT: 9.001, 9.1, 9, DPST-9-1, DPT-9 or DPT_Value_Temp; with --code a numeric code\n"
     "(main * 65536 + sub); with --ga-csv a group address of the list (1/2/3).\n"
-    "VALUE: true/false/1/0, 42, 0x2a, 21.5, nan, inf, a string, [Mon] 08:30:00, 2024-03-15,\n"
-    "\"2024-03-15 08:30:00\", - (no value). A value that starts with '-' and is not a number\n"
-    "(-inf) follows --.\n";
+    "VALUE: true/false/1/0, 42, -42, 0x2a, 21.5, nan, inf, -inf, a string, [Mon] 08:30:00,\n"
+    "2024-03-15, \"2024-03-15 08:30:00\", - (no value). Any other value that starts with '-'\n"
+    "follows --.\n";
 
 const char kFooter[] =
     "Exit status: 0 success, 1 the library refused (or knxd is out of reach), 2 usage error.";
@@ -48,8 +49,28 @@ CLI::App* Parse(CLI::App& app, int argc, char** argv, Zelknx::Options& options) 
   int end = 1;
   while (end < argc && std::string(argv[end]) != "--")
     ++end;
+  // -inf and -nan are values (CLI11 would take them for -i and -n): they go
+  // through the parse as stand-ins that start with a control character.
+  std::vector<std::string> values;
+  std::vector<std::string> words(argv, argv + end);
+  for (std::string& word : words) {
+    std::string lower = word;
+    std::transform(lower.begin(), lower.end(), lower.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    if (lower == "-inf" || lower == "-nan") {
+      values.push_back(word);
+      word = "\x01" + std::to_string(values.size() - 1);
+    }
+  }
+  std::vector<const char*> pointers;
+  for (const std::string& word : words)
+    pointers.push_back(word.c_str());
   try {
-    app.parse(end, argv);
+    app.parse(end, pointers.data());
+    for (std::string& arg : options.args) {
+      if (!arg.empty() && arg[0] == '\x01')
+        arg = values[std::stoul(arg.substr(1))];
+    }
   } catch (const CLI::Success& answered) {
     app.exit(answered);  // --help, --version: on stdout
     return nullptr;
@@ -106,9 +127,10 @@ int main(int argc, char** argv) {
        "zelknx decode [--table] [--bits N] DPT HEX\n"
        "zelknx decode [--ga-csv FILE] -\n"
        "HEX: 0c33, \"0c 33\" or 0c:33. The value is printed with the DPT's unit.\n"
-       "With -, each line of stdin is one of: DPT HEX; GA HEX; a line of knxtool\n"
-       "groupsocketlisten (Write from 1.1.5 to 1/2/3: 0C 33) or vbusmonitor1 (L_Busmon: ...).\n"
-       "One result per line (blank lines give none); exit status 1 if a line failed.",
+       "With -, a bus log on stdin: one result per line that holds a group telegram (knxd and\n"
+       "eibd traces, vbusmonitor1, groupsocketlisten, cEMI, EMI, KNXnet/IP or TP1 frames in hex,\n"
+       "behind time stamps or syslog prefixes) or is DPT HEX or GA HEX; other lines give none\n"
+       "(man zelknx lists the forms). Exit status 1 if a line failed.",
        Zelknx::Decode},
       {"dpt", "the DPT table, or its row for DPT, with the standard's name and unit",
        "zelknx dpt [DPT]\n"

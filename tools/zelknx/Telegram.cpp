@@ -140,14 +140,22 @@ KnxStack::GroupValue EncodeValue(bool table, const Zel::KNXDPT& dpt, const TAVVA
 
 std::string AddValue(Json& json, const Zel::KNXDPT& dpt, const TAVVALUE& value) {
   const DptNameEntry* names = FindDptName(dpt);
-  const char* unit = ValueUnit(dpt);
   json["dpt"] = DptName(dpt);
   json["type"] = TAVVALUE::GetNameFromValueType(value.ivt);
   json["value"] = JsonValue(value);
   json["name"] = NameOrNull(names != nullptr ? names->name : nullptr);
-  json["unit"] = NameOrNull(unit);
-  const bool noValue = value.ivt == ivtNone || value.ivt == ivtEmpty;
-  return FormatValue(value) + (unit != nullptr && !noValue ? std::string(" ") + unit : "");
+  json["unit"] = NameOrNull(ValueUnit(dpt));
+  return ValueWithUnit(dpt, value);
+}
+
+std::string ValueWithUnit(const Zel::KNXDPT& dpt, const TAVVALUE& value) {
+  const char* unit = ValueUnit(dpt);
+  std::string text = FormatValue(value);
+  if (unit != nullptr && value.ivt != ivtNone && value.ivt != ivtEmpty) {
+    text += ' ';
+    text += unit;
+  }
+  return text;
 }
 
 std::string Hex(const std::vector<std::uint8_t>& octets, const char* separator) {
@@ -172,44 +180,71 @@ const char* ApciName(Apci apci) {
 }
 
 DecodedTelegram DecodeTelegram(const Telegram& telegram, const GroupAddressTable* groups,
-                               bool table) {
+                               bool table, Output output) {
   const GroupAddressEntry* group = groups != nullptr ? groups->Find(telegram.destination) : nullptr;
   const boost::optional<Zel::KNXDPT> dpt = group != nullptr ? group->dpt : boost::none;
+  const bool withJson = output != Output::Text;
+  const bool withText = output != Output::Json;
   DecodedTelegram result;
   Json& json = result.json;
   std::string& text = result.text;
-  if (!telegram.time.empty()) {
-    json["time"] = telegram.time;
-    text = telegram.time + " ";
+  const std::string destination = GroupAddressText(telegram.destination);
+  if (withJson) {
+    if (!telegram.time.empty())
+      json["time"] = telegram.time;
+    if (telegram.source)
+      json["src"] = IndividualAddressText(*telegram.source);
+    json["dst"] = destination;
+    json["name"] = group != nullptr ? Json(group->name) : Json(nullptr);
+    json["dpt"] = dpt ? Json(DptName(*dpt)) : Json(nullptr);
+    json["apci"] = ApciName(telegram.apci);
+    json["hex"] = Hex(telegram.octets, "");
+    json["value"] = nullptr;
+    json["unit"] = nullptr;
   }
-  if (telegram.source) {
-    json["src"] = IndividualAddressText(*telegram.source);
-    text += IndividualAddressText(*telegram.source) + " -> ";
+  if (withText) {
+    if (!telegram.time.empty()) {
+      text += telegram.time;
+      text += ' ';
+    }
+    if (telegram.source) {
+      text += IndividualAddressText(*telegram.source);
+      text += " -> ";
+    }
+    text += destination;
+    if (group != nullptr) {
+      text += ' ';
+      text += group->name;
+    }
+    if (dpt) {
+      text += " (";
+      text += DptName(*dpt);
+      text += ')';
+    }
+    text += ' ';
+    text += ApciName(telegram.apci);
   }
-  json["dst"] = GroupAddressText(telegram.destination);
-  json["name"] = group != nullptr ? Json(group->name) : Json(nullptr);
-  json["dpt"] = dpt ? Json(DptName(*dpt)) : Json(nullptr);
-  json["apci"] = ApciName(telegram.apci);
-  json["hex"] = Hex(telegram.octets, "");
-  json["value"] = nullptr;
-  json["unit"] = nullptr;
-  text += GroupAddressText(telegram.destination) + (group != nullptr ? " " + group->name : "") +
-          (dpt ? " (" + DptName(*dpt) + ")" : "") + " " + ApciName(telegram.apci);
   if (telegram.apci == Apci::Read)
     return result;
   if (!dpt) {
-    text += " " + Hex(telegram.octets, " ");
+    if (withText)
+      text += " " + Hex(telegram.octets, " ");
     return result;
   }
   try {
     const TAVVALUE value = DecodeOctets(table, *dpt, telegram.octets, telegram.shortForm);
-    Json decoded;
-    text += " " + AddValue(decoded, *dpt, value);
-    json["value"] = decoded["value"];
-    json["unit"] = decoded["unit"];
+    if (withJson) {
+      json["value"] = JsonValue(value);
+      json["unit"] = NameOrNull(ValueUnit(*dpt));
+    }
+    if (withText)
+      text += " " + ValueWithUnit(*dpt, value);
   } catch (const Refusal& refusal) {
-    json["error"] = refusal.message;
-    text += " " + Hex(telegram.octets, " ") + " (not decoded: " + refusal.message + ")";
+    result.refused = true;
+    if (withJson)
+      json["error"] = refusal.message;
+    if (withText)
+      text += " " + Hex(telegram.octets, " ") + " (not decoded: " + refusal.message + ")";
   }
   return result;
 }

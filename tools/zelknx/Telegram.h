@@ -61,6 +61,8 @@ KnxStack::GroupValue EncodeValue(bool table, const Zel::KNXDPT& dpt, const TAVVA
 // "dpt", "type", "value", "name", "unit" of a decoded value into `json`;
 // returns the value with its unit as text.
 std::string AddValue(Json& json, const Zel::KNXDPT& dpt, const TAVVALUE& value);
+// The value with its unit as text: "21.5 °C".
+std::string ValueWithUnit(const Zel::KNXDPT& dpt, const TAVVALUE& value);
 
 // The octets in hex, two lower-case digits each, `separator` between them.
 std::string Hex(const std::vector<std::uint8_t>& octets, const char* separator);
@@ -88,12 +90,16 @@ struct DecodedTelegram {
   // The monitor's line:
   //   2024-03-15T08:30:00.123 1.1.5 -> 1/2/3 Temperatur Küche (9.001) write 21.5 °C
   std::string text;
+  bool refused = false;  // the library refused the value ("error" in `json`)
 };
+
+// What a decoding builds: both forms, or one (the other stays empty).
+enum class Output { Both, Json, Text };
 
 // The telegram decoded with the DPT that `groups` (may be null) gives its
 // group address. Never throws for what a telegram holds.
 DecodedTelegram DecodeTelegram(const Telegram& telegram, const GroupAddressTable* groups,
-                               bool table);
+                               bool table, Output output = Output::Both);
 
 // Local time now with milliseconds: 2024-03-15T08:30:00.123.
 std::string LocalTimeNow();
