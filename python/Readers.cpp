@@ -294,10 +294,13 @@ void AddReaders(py::module_& module) {
       },
       py::arg("lines"), py::arg("addresses") = py::none(), py::kw_only(), py::arg("table") = false,
       "The group telegrams of log lines (an open file, a list of str), decoded, one dict "
-      "each as `zelknx decode -` gives them: 'line' (its number), then 'time' where the line "
-      "has one, 'src', 'dst', 'name', 'dpt', 'apci', 'hex', 'value', 'unit'; for a line that "
-      "cannot be decoded {'line': N, 'error': '...'}. Lines without a telegram are passed "
-      "over. Reads knxtool groupsocketlisten and vbusmonitor1 lines, 'DPT HEX' and 'GA HEX'. "
+      "each as `zelknx --json decode -` gives them: for a telegram 'line' (its number) and "
+      "the monitor's keys ('time' where the line has one, 'src', 'dst', 'name', 'dpt', "
+      "'apci', 'hex', 'value', 'unit', and 'error' where the library refuses the value); for "
+      "a 'DPT HEX' or 'GA HEX' line 'line', ('dst', 'group'), 'dpt', 'type', 'value', "
+      "'name', 'unit'; for a line that cannot be decoded {'line': N, 'error': '...'}. Lines "
+      "without a telegram are passed over. Reads the logs of knxd, eibd and knxtool and "
+      "frames in hex, as zelknx does. "
       "addresses: a GroupAddresses for the DPTs of the group addresses.");
 
 #ifdef ZELKNX_WITH_KNXD
