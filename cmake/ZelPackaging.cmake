@@ -8,6 +8,8 @@
 #   zelknx                          Tool
 #   libzelobjectmodel-platform-sim  PlatformSim: the stand-ins, in the
 #                                   private folder only
+#   python3-zelobjectmodel          Python: the Python module (where
+#                                   ZEL_BUILD_PYTHON; not in the armhf build)
 # and a -dbgsym package of each one with binaries. Binaries are stripped; the
 # runtime's Depends come from dpkg-shlibdeps (for armhf, from the sysroot's
 # package control files, see cmake/ZelCPackProjectConfig.cmake.in).
@@ -21,6 +23,9 @@ set(ZEL_PACKAGE_NAMES
   Development libzelobjectmodel-dev
   Tool zelknx
   PlatformSim libzelobjectmodel-platform-sim)
+if(ZEL_BUILD_PYTHON)
+  list(APPEND ZEL_PACKAGE_NAMES Python python3-zelobjectmodel)
+endif()
 
 # The Debian architecture of the build's target.
 if(CMAKE_LIBRARY_ARCHITECTURE)
@@ -56,6 +61,9 @@ set(CPACK_PACKAGE_CONTACT "${ZEL_PACKAGE_MAINTAINER}")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_COMPONENTS_ALL Runtime Development Tool PlatformSim)
+if(ZEL_BUILD_PYTHON)
+  list(APPEND CPACK_COMPONENTS_ALL Python)
+endif()
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE ${ZEL_DEB_ARCH})
 set(CPACK_DEBIAN_PACKAGE_MAINTAINER "${ZEL_PACKAGE_MAINTAINER}")
@@ -144,5 +152,26 @@ real platform. Its libraries go into a private folder only,
 /usr/${ZEL_PLATFORM_INSTALL_LIBDIR},
 so they never shadow the platform's libraries, and the package conflicts
 with every other provider of zelobjectmodel-platform.")
+
+if(ZEL_BUILD_PYTHON)
+  math(EXPR zel_python_next_minor "${Python3_VERSION_MINOR} + 1")
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-zelobjectmodel)
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+  set(CPACK_COMPONENT_PYTHON_DEPENDS Runtime)
+  # The module is built for one Python version (its file name says which).
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
+    "python3 (>= ${Python3_VERSION_MAJOR}.${Python3_VERSION_MINOR}), python3 (<< ${Python3_VERSION_MAJOR}.${zel_python_next_minor})")
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS libzelobjectmodel-platform-sim)
+  set(CPACK_DEBIAN_PYTHON_DESCRIPTION "Python module of libzelobjectmodel, the KNX device's object-model library
+zelobjectmodel lets scripts encode and decode KNX telegram payloads by
+datapoint type exactly as the device does, read the DPT table, map
+object-model ids, load the app host configuration, and read ETS group
+address exports and projects, knxd bus logs and a live knxd. Every value is
+the library's; its refusals raise ConversionError with its own message and
+its log entries go to the logging module.
+
+On the device it uses the platform's own libraries; elsewhere it finds the
+stand-ins of libzelobjectmodel-platform-sim in their private folder.")
+endif()
 
 include(CPack)

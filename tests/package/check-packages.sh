@@ -8,6 +8,8 @@
 # amd64: the consumer project (tests/consumer) is built and run against the
 # unpacked root with CMake and with pkg-config, and the root's zelknx runs;
 # zelknx carries serve's page and depends on Debian's Chart.js.
+# the Python module (python3-zelobjectmodel) is imported from the root by
+# Debian's python3 and decodes.
 # armhf: the Architecture fields, the library's ELF machine and soname, and
 # the packaged zelknx run from the root under qemu-arm (scripts/armhf-run.sh
 # with build/armhf-sysroot).
@@ -150,6 +152,20 @@ for arch in "${arches[@]}"; do
       cp -R "$root/usr/include/zelobjectmodel/platform/." "$sdk/usr/include/"
       check "with a platform in the system folders, a program builds and runs" \
         builds_and_runs "$sdk/usr" "$sdk/${libdir#"$root"/}"
+      echo "--- the Python module in the unpacked root"
+      python=$(deb python3-zelobjectmodel "$arch")
+      check "$(basename "$python"): Architecture $arch" test "$(field "$python" Architecture)" = "$arch"
+      dpkg-deb -x "$python" "$root"
+      check "Python module depends on the runtime of its version" \
+        depends_on "$python" "libzelobjectmodel0 (= $(field "$runtime" Version))"
+      check "Python module depends on python3" depends_on "$python" "python3 (>= 3."
+      module=$(find "$root/usr/lib/python3/dist-packages" -name 'zelobjectmodel.*.so')
+      check "Python module is stripped" is_stripped "$module"
+      check "Python module's type stub beside it" test -f "$(dirname "$module")/zelobjectmodel.pyi"
+      output=$(env -i PYTHONPATH="$root/usr/lib/python3/dist-packages" /usr/bin/python3 -c \
+        "import zelobjectmodel as z; print(z.decode('9.001', bytes.fromhex('0c33')))" 2>&1) || true
+      check "packaged module decodes 9.001 0c33 to 21.5, finding the library and stand-ins by its search path (got: $output)" \
+        test "$output" = "21.5"
       ;;
     armhf)
       check "ELF machine ARM" test "$(elf_field "$library" Machine)" = ARM

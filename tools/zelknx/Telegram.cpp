@@ -4,6 +4,7 @@
 #include "ValueText.h"
 
 #include "Zel/GroupValueTavValue.h"
+#include "Zel/KnxOmbMapping.h"
 #include "Zel/KnxValueConverter.h"
 #include "ZelLog/Logging.h"
 
@@ -42,6 +43,17 @@ class LastErrorAppender final : public log4cplus::Appender {
 std::string Silent(const Zel::KNXDPT& dpt) {
   return "DPT " + DptName(dpt) +
          " refused the value without an error entry (--log-level WARN may say why)";
+}
+
+// One DPT table per thread: building it for every telegram of a long log
+// would cost more than the decoding.
+Zel::KnxValueConverter& ThreadTable() {
+  struct Table {
+    Zel::KnxValueConverter converter;
+    Table() { converter.Init(); }
+  };
+  thread_local Table t_table;
+  return t_table.converter;
 }
 
 Json NameOrNull(const char* text) {
@@ -85,16 +97,8 @@ TAVVALUE DecodeOctets(bool table, const Zel::KNXDPT& dpt, const std::vector<std:
   ResetLastError();
   TAVVALUE value;
   if (table) {
-    // One table per thread: building it for every telegram of a long log
-    // would cost more than the decoding.
-    struct Table {
-      Zel::KnxValueConverter converter;
-      Table() { converter.Init(); }
-    };
-    thread_local Table t_table;
-    Zel::KnxValueConverter& converter = t_table.converter;
     Zel::KNXDPT resolved = dpt;
-    if (!converter.FromKnxValue(resolved, group, value))
+    if (!ThreadTable().FromKnxValue(resolved, group, value))
       Refuse(Silent(dpt));
     return value;
   }
@@ -107,6 +111,31 @@ TAVVALUE DecodeOctets(bool table, const Zel::KNXDPT& dpt, const std::vector<std:
   if (!result)
     Refuse(Silent(dpt));
   return *result;
+}
+
+TavValueType EncodingType(bool table, const Zel::KNXDPT& dpt) {
+  if (!table)
+    return Zel::KnxOmbMapping::GetIvtFromDpt(DptCode(dpt));
+  ResetLastError();
+  const Zel::DptValueEntry& entry = ThreadTable().GetEntry(dpt);
+  if (&entry == &Zel::DptValueMap::EmptyEntry())
+    Refuse("no table row for DPT " + DptName(dpt));
+  return entry.valueType;
+}
+
+KnxStack::GroupValue EncodeValue(bool table, const Zel::KNXDPT& dpt, const TAVVALUE& value) {
+  ResetLastError();
+  if (table) {
+    KnxStack::GroupValue group;
+    Zel::KNXDPT resolved = dpt;
+    if (!ThreadTable().ToKnxValue(resolved, value, group))
+      Refuse(Silent(dpt));
+    return group;
+  }
+  const auto group = Zel::TavValueToGroupValue(value, DptCode(dpt));
+  if (!group)
+    Refuse(Silent(dpt));
+  return *group;
 }
 
 std::string AddValue(Json& json, const Zel::KNXDPT& dpt, const TAVVALUE& value) {

@@ -10,6 +10,7 @@
 #include "GroupAddress.h"
 
 #include "BasePlatform/TavValue.h"
+#include "KnxStack/GroupValue.h"
 #include "Zel/KnxDpt.h"
 
 #include <nlohmann/json.hpp>
@@ -46,6 +47,16 @@ const std::string& LastError();
 // code or, with `table`, through the DPT table; throws Refusal.
 TAVVALUE DecodeOctets(bool table, const Zel::KNXDPT& dpt, const std::vector<std::uint8_t>& octets,
                       bool shortForm, const boost::optional<unsigned long>& bits = boost::none);
+
+// The value type that encoding for `dpt` takes: the DPT table row's with
+// `table` (refusing with the table's message where it has no row), else the
+// object-model type of the main number. The value is built with this type
+// (ParseValue), so that the library's own range handling applies.
+TavValueType EncodingType(bool table, const Zel::KNXDPT& dpt);
+
+// The group value the library encodes from `value`, by DPT code or, with
+// `table`, through the DPT table; throws Refusal.
+KnxStack::GroupValue EncodeValue(bool table, const Zel::KNXDPT& dpt, const TAVVALUE& value);
 
 // "dpt", "type", "value", "name", "unit" of a decoded value into `json`;
 // returns the value with its unit as text.
