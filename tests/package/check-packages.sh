@@ -7,7 +7,7 @@
 #
 # amd64: the consumer project (tests/consumer) is built and run against the
 # unpacked root with CMake and with pkg-config, and the root's zelknx runs;
-# zelknx carries serve's page and depends on Debian's Chart.js.
+# zelknx carries serve's page and depends on Debian's Chart.js;
 # the Python module (python3-zelobjectmodel) is imported from the root by
 # Debian's python3 and decodes.
 # armhf: the Architecture fields, the library's ELF machine and soname, and

@@ -1,15 +1,13 @@
 #include "Commands.h"
 
 #include "DptNames.h"
+#include "Facts.h"
 
 #include "Zel/AppHostConfig.h"
 #include "Zel/GroupValueTavValue.h"
-#include "Zel/KnxConverter.h"
 #include "Zel/KnxOmbMapping.h"
 #include "Zel/KnxValueConverter.h"
 #include "ZelLog/Logging.h"
-
-#include <boost/core/demangle.hpp>
 
 #include <unistd.h>
 
@@ -18,7 +16,6 @@
 #include <iomanip>
 #include <iostream>
 #include <sstream>
-#include <typeinfo>
 
 namespace Zelknx {
 namespace {
@@ -29,11 +26,6 @@ std::string Join(const std::vector<std::string>& parts, std::size_t from, const 
     text += (i > from ? separator : "") + parts[i];
   }
   return text;
-}
-
-std::string Silent(const Zel::KNXDPT& dpt) {
-  return "DPT " + DptName(dpt) +
-         " refused the value without an error entry (--log-level WARN may say why)";
 }
 
 TAVVALUE ReadValue(TavValueType type, const std::string& text) {
@@ -63,10 +55,6 @@ std::vector<std::uint8_t> ReadHex(const std::string& text) {
   if (octets->size() > 255)
     throw UsageError{"payload longer than 255 octets"};
   return *octets;
-}
-
-Json NameOrNull(const char* text) {
-  return text != nullptr ? Json(text) : Json(nullptr);
 }
 
 // Calls `each` with every line of stdin, without its line feed. The output
@@ -121,91 +109,26 @@ int DecodeLines(const Session& session) {
   return allDecoded ? 0 : 1;
 }
 
-// The name and unit columns of the DPT table: those of `requested` when a
-// DPT was asked for, else of the row (a wildcard row: its main type).
-std::pair<const char*, const char*> NameAndUnit(const Zel::DptValueEntry& entry,
-                                                const boost::optional<Zel::KNXDPT>& requested) {
-  const DptNameEntry* names = nullptr;
-  if (requested) {
-    names = FindDptName(*requested);
-  } else if (entry.dpt.subNumber == 0) {
-    Zel::KNXDPT unknownSub = entry.dpt;
-    unknownSub.subNumber = 0xFFFF;  // no entry has it: the main type's
-    names = FindDptName(unknownSub);
-  } else {
-    names = FindDptName(entry.dpt);
-  }
-  if (names == nullptr)
-    return {nullptr, nullptr};
-  return {names->name, *names->unit != '\0' ? names->unit : nullptr};
-}
-
-template <class Converter>
-bool RangeOf(const Zel::KnxConverter& converter, std::string& text) {
-  const auto* ranged = dynamic_cast<const Converter*>(&converter);
-  if (ranged != nullptr)
-    text = Zel::ToString(ranged->GetRange());
-  return ranged != nullptr;
-}
-
-std::string RangeText(const Zel::KnxConverter& c) {
-  using namespace Zel;
-  std::string t = "-";
-  RangeOf<KnxConverter4Bit>(c, t) || RangeOf<KnxConverter8BitString>(c, t) ||
-      RangeOf<KnxConverterByte8BitUnsigned>(c, t) || RangeOf<KnxConverterInteger8BitSigned>(c, t) ||
-      RangeOf<KnxConverterStatus8Bit>(c, t) || RangeOf<KnxConverterInteger16BitUnsigned>(c, t) ||
-      RangeOf<KnxConverterInteger16BitSigned>(c, t) || RangeOf<KnxConverterFloat16BitFloat>(c, t) ||
-      RangeOf<KnxConverterFloat32BitFloat>(c, t) ||
-      RangeOf<KnxConverterInteger24BitUnsigned>(c, t) ||
-      RangeOf<KnxConverterInteger32BitUnsigned>(c, t) ||
-      RangeOf<KnxConverterInteger32BitSigned>(c, t) || RangeOf<KnxConverter14ByteString>(c, t) ||
-      RangeOf<KnxConverterSceneNumber>(c, t) || RangeOf<KnxConverterSceneControl>(c, t) ||
-      RangeOf<KnxConverterSceneInfo>(c, t);
-  return t;
-}
-
 void PrintRow(const Options& options, const Zel::DptValueEntry& entry,
               const boost::optional<Zel::KNXDPT>& requested) {
-  std::string converter = "-";
-  if (entry.converter) {
-    const Zel::KnxConverter& object = *entry.converter;
-    converter = boost::core::demangle(typeid(object).name());
-    if (converter.rfind("Zel::", 0) == 0)
-      converter.erase(0, 5);
-  }
-  const std::string range = entry.converter ? RangeText(*entry.converter) : "-";
-  const std::string omType = Zel::KnxOmbMapping::GetIvtFromMainType(entry.dpt.mainNumber);
-  TAVVALUE defaultValue;
-  const std::string serialized =
-      Zel::KnxOmbMapping::GetDefaultValueFromDpt(DptCode(entry.dpt), false);
-  const bool hasDefault = defaultValue.Deserialize(serialized);
-  const auto names = NameAndUnit(entry, requested);
-  const DptNameEntry* standard = requested ? FindDptName(*requested) : nullptr;
-  Json json;
-  json["dpt"] = DptName(entry.dpt, true);
-  json["bits"] = entry.dpt.bitSize;
-  json["type"] = TAVVALUE::GetNameFromValueType(entry.valueType);
-  json["subtype"] = TavDP::GetNameFromValueSubType(entry.valueSubType);
-  json["converter"] = converter;
-  json["range"] = range;
-  json["omType"] = omType;
-  json["omDefault"] = hasDefault ? JsonValue(defaultValue) : Json(nullptr);
-  json["name"] = NameOrNull(names.first);
-  json["unit"] = NameOrNull(names.second);
-  if (standard != nullptr && standard->encodedAs != nullptr)
-    json["encoded"] = standard->encodedAs;
+  const Json json = DptFacts(entry, requested);
+  TAVVALUE defaultValue;  // in the text form, as the JSON object has it as a number
+  const bool hasDefault = defaultValue.Deserialize(
+      Zel::KnxOmbMapping::GetDefaultValueFromDpt(DptCode(entry.dpt), false));
+  const auto string = [&](const char* key) {
+    return json[key].is_null() ? std::string("-") : json[key].get<std::string>();
+  };
   std::ostringstream text;
-  text << std::left << std::setw(9) << json["dpt"].get<std::string>() << std::right << std::setw(4)
-       << unsigned{entry.dpt.bitSize} << "  " << std::left << std::setw(12)
-       << json["type"].get<std::string>() << std::setw(14) << json["subtype"].get<std::string>()
-       << std::setw(34) << converter << std::setw(12) << omType << std::setw(12)
-       << (hasDefault ? FormatValue(defaultValue) : "") << std::setw(48) << range << ' '
-       << (names.first != nullptr ? names.first : "-");
-  if (names.second != nullptr)
-    text << " [" << names.second << "]";
-  if (standard != nullptr && standard->encodedAs != nullptr) {
-    text << " (the value is the encoded number: " << standard->encodedAs << ")";
-  }
+  text << std::left << std::setw(9) << string("dpt") << std::right << std::setw(4)
+       << unsigned{entry.dpt.bitSize} << "  " << std::left << std::setw(12) << string("type")
+       << std::setw(14) << string("subtype") << std::setw(34) << string("converter")
+       << std::setw(12) << string("omType") << std::setw(12)
+       << (hasDefault ? FormatValue(defaultValue) : "") << std::setw(48) << string("range") << ' '
+       << string("name");
+  if (!json["unit"].is_null())
+    text << " [" << string("unit") << "]";
+  if (json.contains("encoded"))
+    text << " (the value is the encoded number: " << string("encoded") << ")";
   Print(options, json, text.str());
 }
 
@@ -240,43 +163,8 @@ const char* TypeName(Zel::ParameterType type) {
 }
 
 void IdOf(const Options& options, unsigned long id) {
-  using M = Zel::KnxOmbMapping;
-  Json json;
-  json["id"] = id;
-  std::string kind = "unknown";
-  const auto ldOpt = M::GetLogicalDeviceIdFromObject(id);
-  if (id == M::GetDeviceObjModelId()) {
-    kind = "device";
-  } else if (ldOpt) {
-    const Zel::LogicalDeviceId ld = *ldOpt;
-    json["ld"] = ld.Get();
-    if (id == M::GetLogicalKnxDeviceObjModelId(ld))
-      kind = "logical KNX device";
-    else if (id == M::GetLastObjModelId(ld))
-      kind = "last id of the logical KNX device";
-    else if (id == M::GetAppHostAppControlChannelObjModelId(ld))
-      kind = "app-control channel";
-    else if (M::IsAppHostAppControlState(id, ld))
-      kind = "app-control state";
-    else if (M::IsAppHostAppControlEvent(id, ld))
-      kind = "app-control event";
-    else if (M::IsAppHostAppControlAliveHeartbeat(id, ld))
-      kind = "app-control alive heartbeat";
-    else if (M::IsAppHostAppControlAppDebug(id, ld))
-      kind = "app-control app debug";
-    else if (M::IsCoChannel(id) || M::IsCoValue(id)) {
-      kind = M::IsCoChannel(id) ? "CO channel" : "CO value";
-      const auto co = M::GetCoNumberFromObjModelId(M::IsCoChannel(id) ? id + 1 : id, ld);
-      json["co"] = co ? Json(*co) : Json(nullptr);
-    } else if (M::IsParameterChannel(id)) {
-      kind = id % 2 == 0 ? "parameter channel" : "parameter value";
-      const auto type = M::GetParameterTypeFromObjModelId(id, ld);
-      const auto number = M::GetParameterNumberFromObjModelId(id, ld);
-      json["parameterType"] = type ? Json(TypeName(*type)) : Json(nullptr);
-      json["parameter"] = number ? Json(*number) : Json(nullptr);
-    }
-  }
-  json["kind"] = kind;
+  const Json json = DescribeObjectId(id);
+  const std::string kind = json["kind"];
   std::string text = std::to_string(id) + ": " + kind;
   for (const auto& item : json.items()) {
     if (item.key() != "id" && item.key() != "kind") {
@@ -370,14 +258,6 @@ int Id(const Session& session) {
   return 0;
 }
 
-namespace {
-
-Json OptionalPath(const boost::optional<Zel::AppHostConfiguration::Path>& path) {
-  return path ? Json(path->string()) : Json(nullptr);
-}
-
-}  // namespace
-
 int Config(const Session& session) {
   const Options& options = session.options;
   if (options.args.size() > 1)
@@ -391,19 +271,7 @@ int Config(const Session& session) {
   }
   if (!LastError().empty())
     Refuse("");
-  Json json;
-  json["file"] = file;
-  json["WithoutKNX"] = config.IsAppHostWithoutKNX();
-  json["TerminateOnFirmwareUpdate"] = config.IsAppHostTerminateOnFirmwareUpdate();
-  json["DebuggingActive"] = config.IsInAppDebugMode();
-  json["AppHostDisableStartup"] = config.IsAppHostStartupDisabled();
-  json["AppConnectorHostDisableStartup"] = config.IsAppConnectorHostStartupDisabled();
-  json["AppRootPath"] = OptionalPath(config.GetRootPathNativeApp());
-  json["ManagedAppRootPath"] = OptionalPath(config.GetRootPathManagedApp());
-  json["AppHostRootPath"] = OptionalPath(config.GetRootPathAppHost());
-  json["AppConnectorHostRootPath"] = OptionalPath(config.GetRootPathAppConnectorHost());
-  json["ObjectModelConfigPath"] = OptionalPath(config.GetPathObjectModelConfig());
-  json["ResponseDps"] = config.GetResponseDataPoints();
+  const Json json = ConfigFacts(file, config);
   std::string text;
   for (const auto& item : json.items()) {
     text += (text.empty() ? "" : "\n") + item.key() + ": " +
@@ -453,22 +321,8 @@ int Encode(const Session& session) {
     throw UsageError{"encode needs a DPT and a value"};
   const Zel::KNXDPT dpt = ReadDpt(session, options.args[0]);
   const std::string text = Join(options.args, 1, " ");
-  KnxStack::GroupValue group;
-  if (options.table) {
-    Zel::KnxValueConverter converter;
-    converter.Init();
-    const TAVVALUE value = ReadValue(ReadEntry(converter, dpt).valueType, text);
-    Zel::KNXDPT resolved = dpt;
-    if (!converter.ToKnxValue(resolved, value, group))
-      Refuse(Silent(dpt));
-  } else {
-    const unsigned long code = DptCode(dpt);
-    const TAVVALUE value = ReadValue(Zel::KnxOmbMapping::GetIvtFromDpt(code), text);
-    const auto result = Zel::TavValueToGroupValue(value, code);
-    if (!result)
-      Refuse(Silent(dpt));
-    group = *result;
-  }
+  const TAVVALUE value = ReadValue(EncodingType(options.table, dpt), text);
+  const KnxStack::GroupValue group = EncodeValue(options.table, dpt, value);
   const std::string hex = group.GetRawData().ToString();
   std::string packed;
   for (const char c : hex) {
