@@ -104,7 +104,7 @@ bool DecodeLine(const Session& session, std::size_t number, const std::string& l
     } else if (!dpt) {
       throw UsageError{
           "no DPT for group address " + GroupAddressText(*bus->destination) +
-          (session.groups ? " in " + options.gaCsv : " (give the ETS export with --ga-csv)")};
+          (session.groups ? " in " + session.groupSource : " (give the ETS export with --ga-csv)")};
     } else {
       ResetLastError();
       const TAVVALUE value = DecodeOctets(options.table, *dpt, bus->octets, bus->shortForm);
@@ -447,9 +447,9 @@ Zel::KNXDPT ReadDpt(const Session& session, const std::string& text) {
       throw UsageError{"bad group address '" + text + "'"};
     const GroupAddressEntry* group = session.groups->Find(*address);
     if (group == nullptr)
-      throw UsageError{"group address " + text + " is not in " + session.options.gaCsv};
+      throw UsageError{"group address " + text + " is not in " + session.groupSource};
     if (!group->dpt)
-      throw UsageError{"group address " + text + " has no DPT in " + session.options.gaCsv};
+      throw UsageError{"group address " + text + " has no DPT in " + session.groupSource};
     return *group->dpt;
   }
   const auto dpt = ParseDptSpelling(text);
@@ -457,7 +457,7 @@ Zel::KNXDPT ReadDpt(const Session& session, const std::string& text) {
     throw UsageError{
         "bad DPT '" + text +
         "' (write 9.001, 9.1, 9, DPST-9-1, DPT-9 or DPT_Value_Temp, a code with --code, or a "
-        "group address with --ga-csv)"};
+        "group address with --ga-csv or --project)"};
   }
   return *dpt;
 }
@@ -543,6 +543,36 @@ int Dpt(const Session& session) {
   }
   const Zel::KNXDPT dpt = ReadDpt(session, options.args[0]);
   PrintRow(options, ReadEntry(converter, dpt), dpt);
+  return 0;
+}
+
+// ga: one line per group address of the list, in address order.
+int GroupAddresses(const Session& session) {
+  const Options& options = session.options;
+  if (!session.groups)
+    throw UsageError{"ga lists the group addresses of --ga-csv FILE or --project FILE"};
+  if (!options.args.empty())
+    throw UsageError{"ga takes no arguments"};
+  for (const auto& item : session.groups->Entries()) {
+    const GroupAddressEntry& entry = item.second;
+    const std::string address = GroupAddressText(entry.address, entry.style);
+    const auto dpt = EntryDptText(entry);
+    Json json;
+    json["address"] = address;
+    json["name"] = entry.name;
+    json["dpt"] = dpt ? Json(*dpt) : Json(nullptr);
+    std::string text = address + " " + entry.name;
+    if (dpt) {
+      // A main type alone: its entry, not that of its subtype 0.
+      const DptNameEntry* names =
+          FindDptName(entry.mainOnly ? Zel::KNXDPT{0, entry.dpt->mainNumber, 0xFFFF} : *entry.dpt);
+      text += " (" + *dpt;
+      if (names != nullptr)
+        text += std::string(" ") + names->name + (*names->unit != '\0' ? ", " : "") + names->unit;
+      text += ")";
+    }
+    Print(options, json, text);
+  }
   return 0;
 }
 
