@@ -164,10 +164,10 @@ pugi::xml_node ParseProjectXml(pugi::xml_document& document, std::string& text,
   }
   const pugi::xml_node root = document.document_element();
   const std::string space = root.attribute("xmlns").value();
-  if (std::string(root.name()) != "KNX" || space.compare(0, sizeof kProjectNamespace - 1,
-                                                         kProjectNamespace) != 0) {
-    reading.Fail(file + " is not an ETS project file (root element <" +
-                 std::string(root.name()) + "> in namespace '" + space + "')");
+  if (std::string(root.name()) != "KNX" ||
+      space.compare(0, sizeof kProjectNamespace - 1, kProjectNamespace) != 0) {
+    reading.Fail(file + " is not an ETS project file (root element <" + std::string(root.name()) +
+                 "> in namespace '" + space + "')");
   }
   return root;
 }
@@ -294,7 +294,8 @@ GroupAddressTable GroupAddressTable::ReadProject(const std::string& bytes,
       candidates.push_back(Ets6ArchivePassword(password));
     const std::string* opened = nullptr;
     for (const std::string& candidate : candidates) {
-      const int code = archive.Read(metaIndex, candidate.empty() ? nullptr : candidate.c_str(), meta);
+      const int code =
+          archive.Read(metaIndex, candidate.empty() ? nullptr : candidate.c_str(), meta);
       if (code == 0) {
         opened = &candidate;
         break;

@@ -132,7 +132,6 @@ std::vector<Record> Records(const std::string& text, std::size_t pos, char separ
   return records;
 }
 
-
 bool IsDecimal(const std::string& field) {
   return !field.empty() && field.size() <= 5 &&
          field.find_first_not_of("0123456789") == std::string::npos;
@@ -167,14 +166,22 @@ Word HeaderWord(const std::string& field) {
       key += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
   }
   static const std::array<std::pair<const char*, Word>, 17> kWords = {{
-      {"groupname", Word::Name},       {"name", Word::Name},
-      {"gruppenname", Word::Name},     {"main", Word::Level},
-      {"middle", Word::Level},         {"sub", Word::Level},
-      {"maingroup", Word::Level},      {"middlegroup", Word::Level},
-      {"subgroup", Word::Level},       {"hauptgruppe", Word::Level},
-      {"mittelgruppe", Word::Level},   {"untergruppe", Word::Level},
-      {"address", Word::Address},      {"adresse", Word::Address},
-      {"gruppenadresse", Word::Address}, {"datapointtype", Word::Dpt},
+      {"groupname", Word::Name},
+      {"name", Word::Name},
+      {"gruppenname", Word::Name},
+      {"main", Word::Level},
+      {"middle", Word::Level},
+      {"sub", Word::Level},
+      {"maingroup", Word::Level},
+      {"middlegroup", Word::Level},
+      {"subgroup", Word::Level},
+      {"hauptgruppe", Word::Level},
+      {"mittelgruppe", Word::Level},
+      {"untergruppe", Word::Level},
+      {"address", Word::Address},
+      {"adresse", Word::Address},
+      {"gruppenadresse", Word::Address},
+      {"datapointtype", Word::Dpt},
       {"datenpunkttyp", Word::Dpt},
   }};
   for (const auto& word : kWords) {
@@ -304,8 +311,9 @@ GroupAddressTable GroupAddressTable::Read(std::istream& in, const std::string& s
     bool range = false;  // a main or middle group: 1/-/-, 1/2/-, or lower numbers empty
     for (const std::size_t column : layout->numbers) {
       const std::string& part = fields[column];
-      range = range || part.empty() || (part.find('-') != std::string::npos &&
-                                        part.find_first_not_of("0123456789/-") == std::string::npos);
+      range = range || part.empty() ||
+              (part.find('-') != std::string::npos &&
+               part.find_first_not_of("0123456789/-") == std::string::npos);
       address += (address.empty() ? "" : "/") + part;
     }
     if (range)
