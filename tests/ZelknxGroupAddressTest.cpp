@@ -58,7 +58,8 @@ TEST(ZelknxGroupAddressCsv, EveryLayoutFoundInTheWild) {
        " ; ;\"Licht Flur\";\"0/1/2\";\"\";\"\";\"\";\"DPST-1-1\";\"Auto\"\n",
        "0/1/2 Licht Flur 1.001"},
       {"ETS 4, 1/1 without header, tab separated, Windows-1252",
-       "K\xFC" "che Licht\t1/2/3\t\t\t\tDPST-1-1\tAuto\r\nGer\xE4t \x80\t1/2/4\t\t\t\tDPST-9-1\tAuto\r\n",
+       "K\xFC"
+       "che Licht\t1/2/3\t\t\t\tDPST-1-1\tAuto\r\nGer\xE4t \x80\t1/2/4\t\t\t\tDPST-9-1\tAuto\r\n",
        "1/2/3 Küche Licht 1.001; 1/2/4 Gerät € 9.001"},
       {"ETS 3, 1/1 without header: name and address only, comma", "\"Licht\",\"1/2/3\"\n\"Temp\",\"1/2/4\"\n",
        "1/2/3 Licht -; 1/2/4 Temp -"},

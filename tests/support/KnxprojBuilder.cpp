@@ -16,7 +16,9 @@ std::string Namespace(const KnxprojSpec& spec) {
 std::string Escaped(const std::string& text) {
   std::string escaped;
   for (const char c : text) {
-    escaped += c == '&' ? "&amp;" : c == '"' ? "&quot;" : c == '<' ? "&lt;" : std::string(1, c);
+    escaped += c == '&' ? "&amp;" : c == '"' ? "&quot;"
+                                : c == '<'   ? "&lt;"
+                                             : std::string(1, c);
   }
   return escaped;
 }
@@ -73,8 +75,9 @@ std::string InstallationXml(const KnxprojSpec& spec) {
                     "<Topology><Area Id=\"P-0501-0_A-1\" Address=\"1\" /></Topology>"
                     "<GroupAddresses><GroupRanges>\r\n";
   if (spec.nested)
-    xml += "<GroupRange Id=\"P-0501-0_GR-1\" RangeStart=\"0\" RangeEnd=\"65535\" Name=\"Alle\">"
-           "<GroupRange Id=\"P-0501-0_GR-2\" RangeStart=\"0\" RangeEnd=\"65535\" Name=\"Licht\">\r\n";
+    xml +=
+        "<GroupRange Id=\"P-0501-0_GR-1\" RangeStart=\"0\" RangeEnd=\"65535\" Name=\"Alle\">"
+        "<GroupRange Id=\"P-0501-0_GR-2\" RangeStart=\"0\" RangeEnd=\"65535\" Name=\"Licht\">\r\n";
   int id = 0;
   for (const KnxprojGroup& group : spec.groups) {
     ++id;

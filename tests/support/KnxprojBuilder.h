@@ -13,7 +13,9 @@
 namespace Zel {
 namespace Tests {
 
-enum class ZipCipher { None, ZipCrypto, Aes256 };
+enum class ZipCipher { None,
+                       ZipCrypto,
+                       Aes256 };
 
 // A ZIP archive of `entries` (name, content), deflated; encrypted with
 // `password` and `cipher` unless the cipher is None.
