@@ -13,7 +13,8 @@
 # Both: no runtime or development package holds a file named like a platform
 # library; the library is stripped, has its debug information in the -dbgsym
 # package, has no search path of its own and depends on the packages of
-# Boost and log4cplus; the stand-ins lie only in the private folder.
+# Boost and log4cplus; the stand-ins lie only in the private folder; zelknx
+# depends on the packages of libzip, pugixml and OpenSSL (its project reader).
 set -euo pipefail
 cd "$(dirname "$0")/../.."
 
@@ -122,6 +123,10 @@ for arch in "${arches[@]}"; do
     no_foreign_depends "$runtime"
   check "zelknx depends on the runtime of its version" \
     depends_on "$tool" "libzelobjectmodel0 (= $(field "$runtime" Version))"
+  # The readers of ETS projects: ZIP archives, their XML, the key derivation.
+  for dependency in libzip4 libpugixml1v5 libssl3; do
+    check "zelknx depends on $dependency" depends_on "$tool" "$dependency"
+  done
 
   case $arch in
     amd64)

@@ -288,21 +288,23 @@ GroupAddressTable GroupAddressTable::ReadProject(const std::string& bytes,
     Archive archive(innerBytes, reading, "the project's own archive is damaged");
     const zip_uint64_t metaIndex = archive.Locate("project.xml", "no project.xml in " + inner);
     const zip_uint64_t installationIndex = archive.Locate("0.xml", "no 0.xml in " + inner);
-    // The password as given (ETS 4, 5), then as ETS 6 derives it.
-    std::vector<std::string> candidates = {password};
-    if (!password.empty())
-      candidates.push_back(Ets6ArchivePassword(password));
+    // The password as given (ETS 4, 5), then as ETS 6 derives it (which
+    // takes a while: only when the first one fails).
+    std::string candidates[2] = {password, std::string()};
     const std::string* opened = nullptr;
-    for (const std::string& candidate : candidates) {
-      const int code =
-          archive.Read(metaIndex, candidate.empty() ? nullptr : candidate.c_str(), meta);
+    for (std::string& candidate : candidates) {
+      if (&candidate != &candidates[0]) {
+        if (password.empty())
+          break;
+        candidate = Ets6ArchivePassword(password);
+      }
+      const int code = archive.Read(metaIndex, candidate.empty() ? nullptr : candidate.c_str(), meta);
       if (code == 0) {
         opened = &candidate;
         break;
       }
-      if (code == ZIP_ER_NOPASSWD) {
+      if (code == ZIP_ER_NOPASSWD)
         reading.Fail("the project is password-protected: give its password (--password)");
-      }
       if (code == ZIP_ER_ENCRNOTSUPP || code == ZIP_ER_COMPNOTSUPP)
         reading.Fail(inner + " cannot be read (" + LibzipError(code) + ")");
     }
