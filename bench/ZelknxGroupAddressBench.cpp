@@ -29,7 +29,9 @@ KnxprojSpec Spec(int schema, ZipCipher cipher, const std::string& archivePasswor
   for (int i = 0; i < kGroups; ++i) {
     spec.groups.push_back({static_cast<std::uint16_t>(0x0800 + i),
                            "Raum " + std::to_string(i / 8) + " Licht " + std::to_string(i % 8),
-                           i % 3 == 0 ? "DPST-1-1" : i % 3 == 1 ? "DPST-9-1" : "DPST-5-1"});
+                           i % 3 == 0   ? "DPST-1-1"
+                           : i % 3 == 1 ? "DPST-9-1"
+                                        : "DPST-5-1"});
   }
   return spec;
 }
@@ -105,8 +107,9 @@ void BM_Ets6ArchivePassword(benchmark::State& state) {
 BENCHMARK(BM_Ets6ArchivePassword)->Unit(benchmark::kMillisecond);
 
 void BM_ReadCsv(benchmark::State& state) {
-  std::string csv = "\"Group name\";\"Address\";\"Central\";\"Unfiltered\";\"Description\";"
-                    "\"DatapointType\";\"Security\"\r\n";
+  std::string csv =
+      "\"Group name\";\"Address\";\"Central\";\"Unfiltered\";\"Description\";"
+      "\"DatapointType\";\"Security\"\r\n";
   for (const auto& group : Spec(20, ZipCipher::None, "").groups) {
     csv += "\"" + group.name + "\";\"" + Zelknx::GroupAddressText(group.address) +
            "\";\"\";\"\";\"\";\"" + group.dpt + "\";\"Auto\"\r\n";

@@ -13,20 +13,7 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <string>
-
-namespace {
-
-void Check(bool condition, const char* what) {
-  if (!condition) {
-    std::fprintf(stderr, "ZelknxEtsProjectFuzz: %s\n", what);
-    std::abort();
-  }
-}
-
-}  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
   Zel::Fuzz::SilenceLogging();
@@ -45,13 +32,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         Zelknx::GroupAddressTable::ReadProject(bytes, "fuzz.knxproj", password, limits);
     for (const auto& item : table.Entries()) {
       const Zelknx::GroupAddressEntry& entry = item.second;
-      Check(Zelknx::ParseGroupAddress(Zelknx::GroupAddressText(entry.address, entry.style)) ==
-                entry.address,
-            "an address does not read back from its text");
+      Zel::Fuzz::Check(Zelknx::ParseGroupAddress(
+                           Zelknx::GroupAddressText(entry.address, entry.style)) == entry.address,
+                       "an address does not read back from its text");
     }
   } catch (const Zelknx::GroupAddressSourceError& error) {
-    Check(std::string(error.what()).compare(0, 14, "fuzz.knxproj: ") == 0,
-          "an error without the file");
+    Zel::Fuzz::Check(std::string(error.what()).compare(0, 14, "fuzz.knxproj: ") == 0,
+                     "an error without the file");
   }
   return 0;
 }

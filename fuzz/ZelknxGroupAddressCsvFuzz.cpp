@@ -12,21 +12,8 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <sstream>
 #include <string>
-
-namespace {
-
-void Check(bool condition, const char* what) {
-  if (!condition) {
-    std::fprintf(stderr, "ZelknxGroupAddressCsvFuzz: %s\n", what);
-    std::abort();
-  }
-}
-
-}  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
   Zel::Fuzz::SilenceLogging();
@@ -40,15 +27,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (const auto& item : table.Entries()) {
       const Zelknx::GroupAddressEntry& entry = item.second;
       const std::string address = Zelknx::GroupAddressText(entry.address, entry.style);
-      Check(Zelknx::ParseGroupAddress(address) == entry.address,
-            "an address does not read back from its text");
-      Check(utf8::is_valid(entry.name.begin(), entry.name.end()), "a name is not UTF-8");
+      Zel::Fuzz::Check(Zelknx::ParseGroupAddress(address) == entry.address,
+                       "an address does not read back from its text");
+      Zel::Fuzz::Check(utf8::is_valid(entry.name.begin(), entry.name.end()), "a name is not UTF-8");
       const auto dpt = Zelknx::EntryDptText(entry);
       Zelknx::DumpJson(nlohmann::ordered_json{
           {"address", address}, {"name", entry.name}, {"dpt", dpt ? *dpt : ""}});
     }
   } catch (const Zelknx::GroupAddressCsvError& error) {
-    Check(std::string(error.what()).compare(0, 9, "fuzz.csv:") == 0, "an error without the file");
+    Zel::Fuzz::Check(std::string(error.what()).compare(0, 9, "fuzz.csv:") == 0,
+                     "an error without the file");
   }
   return 0;
 }

@@ -298,7 +298,8 @@ GroupAddressTable GroupAddressTable::ReadProject(const std::string& bytes,
           break;
         candidate = Ets6ArchivePassword(password);
       }
-      const int code = archive.Read(metaIndex, candidate.empty() ? nullptr : candidate.c_str(), meta);
+      const int code =
+          archive.Read(metaIndex, candidate.empty() ? nullptr : candidate.c_str(), meta);
       if (code == 0) {
         opened = &candidate;
         break;
