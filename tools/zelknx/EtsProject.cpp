@@ -83,8 +83,7 @@ class Archive {
     zip_error_t error;
     zip_error_init(&error);
     zip_source_t* source = zip_source_buffer_create(bytes.data(), bytes.size(), 0, &error);
-    m_zip = source != nullptr ? zip_open_from_source(source, ZIP_RDONLY | ZIP_CHECKCONS, &error)
-                              : nullptr;
+    m_zip = source != nullptr ? zip_open_from_source(source, ZIP_RDONLY, &error) : nullptr;
     if (m_zip == nullptr) {
       zip_source_free(source);
       const std::string why = zip_error_strerror(&error);
