@@ -101,6 +101,7 @@ TEST(ZelknxGroupAddressCsv, MalformedFilesNameTheLine) {
       {"Name;Comment\nx;y\n", "ga.csv:1: no column of group addresses"},
       {header + "\"A\";\"1/2/3\";\"DPST-9-1\"\n\"B\";\"1/2/4\"\n", "ga.csv:3: 2 fields where the header row has 3"},
       {"\"A\";\"1/2/3\"\n\"B\";\"1/2/4\";\"x\"\n", "ga.csv:2: 3 fields where the first row has 2"},
+      {"Haupt;Mittel\nx;y\nEG;;;1/-/-\n", "ga.csv:1: no column of group addresses"},  // found by fuzzing: addresses only past the first row's columns
       {header + "\"A\";\"1/8/3\";\"DPST-9-1\"\n", "ga.csv:2: bad group address '1/8/3'"},
       {header + "\"A\";\"1/2/3\";\"DPST-9\"\n", "ga.csv:2: bad datapoint type 'DPST-9'"},
       {header + "\"A\";\"1/2/3\";\"DPST-9-1\n", "ga.csv:2: a quoted field is not closed"},

@@ -226,15 +226,14 @@ boost::optional<Layout> HeaderLayout(const std::vector<std::string>& header) {
 // The layout that the rows show: the column of slash addresses, else the
 // first run of up to three columns holding numbers only; the columns before
 // it are names. The DatapointType column is the one with most DPT-x
-// spellings. None when no column holds addresses.
-boost::optional<Layout> ContentLayout(const std::vector<Record>& records, std::size_t first) {
-  std::size_t width = 0;
-  for (std::size_t r = first; r < records.size(); ++r)
-    width = std::max(width, records[r].fields.size());
+// spellings. Only the first `width` columns count (the rows that have more
+// are refused later). None when no column holds addresses.
+boost::optional<Layout> ContentLayout(const std::vector<Record>& records, std::size_t first,
+                                      std::size_t width) {
   std::vector<std::size_t> slashes(width), decimals(width), filled(width), dpts(width);
   for (std::size_t r = first; r < records.size(); ++r) {
     const std::vector<std::string>& fields = records[r].fields;
-    for (std::size_t c = 0; c < fields.size(); ++c) {
+    for (std::size_t c = 0; c < fields.size() && c < width; ++c) {
       slashes[c] += IsSlashAddress(fields[c]) ? 1 : 0;
       decimals[c] += IsDecimal(fields[c]) ? 1 : 0;
       filled[c] += fields[c].empty() ? 0 : 1;
@@ -289,14 +288,14 @@ GroupAddressTable GroupAddressTable::Read(std::istream& in, const std::string& s
   const bool header = IsHeader(records.front());
   const std::size_t first = header ? 1 : 0;
   boost::optional<Layout> layout = header ? HeaderLayout(records.front().fields) : boost::none;
+  const std::size_t width = records.front().fields.size();
   if (!layout)
-    layout = ContentLayout(records, first);
+    layout = ContentLayout(records, first, width);
   if (!layout) {
     throw GroupAddressCsvError(
         source, records.front().line,
         "no column of group addresses (is this an ETS group address export?)");
   }
-  const std::size_t width = records.front().fields.size();
   GroupAddressTable table;
   for (std::size_t i = first; i < records.size(); ++i) {
     const Record& record = records[i];
