@@ -4,12 +4,16 @@
 // GroupAddressSourceError naming the file, never anything else; every
 // address reads back from its text in the project's style.
 //
-// Input layout: one octet, the project password "geheim" when it is a
+// Input layout: one octet, then the project's bytes; or, when the octet is 1
+// modulo 4, the bytes of its 0.xml, put into a project with a valid
+// project.xml (libzip is not instrumented: mutations of the archive rarely
+// reach the XML). The project password is "geheim" when the octet is a
 // multiple of 4 (deriving ETS 6's archive password takes tens of
-// milliseconds, so most inputs have none), then the project's bytes.
+// milliseconds, so most inputs have none).
 #include "FuzzSupport.h"
 
 #include "GroupAddress.h"
+#include "KnxprojBuilder.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -22,8 +26,13 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   Zel::Fuzz::InputReader input(data, size);
-  const std::string password = input.U8() % 4 == 0 ? "geheim" : "";
-  const std::string bytes(reinterpret_cast<const char*>(input.Rest()), input.RestSize());
+  const std::uint8_t mode = input.U8();
+  const std::string password = mode % 4 == 0 ? "geheim" : "";
+  std::string bytes(reinterpret_cast<const char*>(input.Rest()), input.RestSize());
+  if (mode % 4 == 1) {
+    const Zel::Tests::KnxprojSpec spec;
+    bytes = Zel::Tests::MakeKnxproj(spec, Zel::Tests::ProjectXml(spec), bytes);
+  }
   Zelknx::ProjectLimits limits;
   limits.entryBytes = std::size_t{1} << 20;
   limits.totalBytes = std::size_t{4} << 20;
