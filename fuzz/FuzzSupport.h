@@ -1,6 +1,7 @@
 // Shared pieces of the fuzz targets: a reader that takes fixed-size fields
-// from the front of the input (zero once it runs dry), and the logger set
-// to OFF so that error paths cost nothing but the level test.
+// from the front of the input (zero once it runs dry), the logger set to
+// OFF so that error paths cost nothing but the level test, and the check of
+// a property.
 #pragma once
 
 #include "ZelLog/Logging.h"
@@ -9,12 +10,22 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
+#include <cstdlib>
 
 namespace Zel {
 namespace Fuzz {
 
 inline void SilenceLogging() {
   GetGlobalDefaultLogger().setLogLevel(log4cplus::OFF_LOG_LEVEL);
+}
+
+// A property the target checks: aborts, saying `what`, when it fails.
+inline void Check(bool condition, const char* what) {
+  if (!condition) {
+    std::fprintf(stderr, "property failed: %s\n", what);
+    std::abort();
+  }
 }
 
 class InputReader {

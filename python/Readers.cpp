@@ -64,12 +64,8 @@ std::uint16_t ReadAddress(py::handle address) {
                         " (write '1/2/3', '1/234', or a number 0..65535)");
 }
 
-py::dict EntryDict(const Zelknx::GroupAddressEntry& entry) {
-  py::dict dict;
-  dict["address"] = Zelknx::GroupAddressText(entry.address);
-  dict["name"] = Text(entry.name);
-  dict["dpt"] = entry.dpt ? py::object(py::str(Zelknx::DptName(*entry.dpt))) : py::none();
-  return dict;
+py::object EntryDict(const Zelknx::GroupAddressEntry& entry) {
+  return ToPython(Zelknx::EntryJson(entry, entry.style));
 }
 
 const Zelknx::GroupAddressTable* TableOf(const GroupAddresses* addresses) {
@@ -234,15 +230,9 @@ void AddReaders(py::module_& module) {
       .def_static(
           "from_project",
           [](const std::string& path, const boost::optional<std::string>& password) {
-#ifdef ZEL_PYTHON_WITH_PROJECT_READER
             return ReadList(path, [&] {
               return Zelknx::GroupAddressTable::LoadProject(path, password.value_or(""));
             });
-#else
-            (void)password;
-            throw py::value_error(path + ": this build reads no ETS projects");
-            return GroupAddresses{};
-#endif
           },
           Guard(), py::arg("path"), py::arg("password") = py::none(),
           "Reads the group addresses of an ETS project (.knxproj; the password of a "
@@ -266,17 +256,10 @@ void AddReaders(py::module_& module) {
       .def(
           "__iter__",
           [](const GroupAddresses& list) {
-#ifdef ZEL_PYTHON_WITH_PROJECT_READER
             py::list entries;
             for (const auto& entry : list.table->Entries())
               entries.append(EntryDict(entry.second));
             return py::iter(entries);
-#else
-            (void)list;
-            PyErr_SetString(PyExc_NotImplementedError,
-                            "this build's group address reader cannot list its entries");
-            throw py::error_already_set();
-#endif
           },
           "Every entry, in address order.")
       .def("__repr__", [](const GroupAddresses& list) {

@@ -29,6 +29,7 @@ packages=(
   libboost-atomic1.74-dev
   liblog4cplus-dev libgtest-dev libbenchmark-dev
   libutfcpp-dev librapidxml-dev nlohmann-json3-dev libcli11-dev
+  libzip-dev libpugixml-dev libssl-dev
 )
 # Supplied by the cross toolchain (the *-armhf-cross packages) or of no use
 # in a sysroot (build tools, sources). Taking libc or libstdc++ from the

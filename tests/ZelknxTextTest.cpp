@@ -1,6 +1,6 @@
 // zelknx's text readers, without the process: DPT spellings and the names
-// table, values and hex, group addresses, the ETS group address export and
-// the lines of bus logs and frames in hex.
+// table, values and hex, group addresses and the lines of bus logs and
+// frames in hex (the group address lists: ZelknxGroupAddressTest).
 #include "BusLine.h"
 #include "DptNames.h"
 #include "GroupAddress.h"
@@ -146,74 +146,6 @@ TEST(ZelknxGroupAddress, TextForms) {
   for (const auto& c : cases) {
     const auto address = ParseGroupAddress(c.first);
     EXPECT_EQ(address ? int{*address} : -1, c.second) << c.first;
-  }
-}
-
-GroupAddressTable ReadCsv(const std::string& text) {
-  std::istringstream in(text);
-  return GroupAddressTable::Read(in, "ga.csv");
-}
-
-std::string Describe(const GroupAddressTable& table, const char* address) {
-  const GroupAddressEntry* entry = table.Find(*ParseGroupAddress(address));
-  return entry == nullptr ? "missing" : entry->name + " " + (entry->dpt ? DptName(*entry->dpt) : "-");
-}
-
-// An export of ETS 5 (format 3/1, semicolon, every field quoted): UTF-8
-// with a byte-order mark, CR LF, umlauts, main and middle group rows, a
-// description with the separator, quotes and a line break in it.
-TEST(ZelknxGroupAddressCsv, RealWorldExport) {
-  const GroupAddressTable table = ReadCsv(
-      "\xEF\xBB\xBF\"Group name\";\"Address\";\"Central\";\"Unfiltered\";\"Description\";\"DatapointType\";\"Security\"\r\n"
-      "\"Erdgeschoß\";\"1/-/-\";\"\";\"\";\"\";\"\";\"Auto\"\r\n"
-      "\"Küche\";\"1/2/-\";\"\";\"\";\"\";\"\";\"Auto\"\r\n"
-      "\"Temperatur Küche\";\"1/2/3\";\"\";\"\";\"Fühler; \"\"Wand\"\"\r\nlinks\";\"DPST-9-1\";\"Auto\"\r\n"
-      "\"Zähler\";\"1/2/5\";\"\";\"\";\"\";\"DPT-13\";\"Auto\"\r\n"
-      "\"Reserve\";\"1/2/6\";\"\";\"\";\"\";\"\";\"Auto\"\r\n");
-  EXPECT_EQ(table.Size(), 3u);
-  EXPECT_EQ(Describe(table, "1/2/3"), "Temperatur Küche 9.001");
-  EXPECT_EQ(Describe(table, "1/2/5"), "Zähler 13.000");
-  EXPECT_EQ(Describe(table, "1/2/6"), "Reserve -");
-  EXPECT_EQ(Describe(table, "1/2/0"), "missing");
-}
-
-// Each file has the one address 1/2/3 = 1/515 = 2563.
-TEST(ZelknxGroupAddressCsv, SeparatorsQuotingAndAddressLevels) {
-  const std::vector<std::tuple<const char*, std::string, const char*>> cases = {
-      {"tab, bare fields, two-level", "Group name\tAddress\tCentral\tUnfiltered\tDescription\tDatapointType\tSecurity\nTemp\t1/515\t\t\t\tDPST-9-1\tAuto\n", "Temp 9.001"},
-      {"comma, quoted, free address", "\"Group name\",\"Address\",\"DatapointType\"\n\"Temp, hall\",\"2563\",\"DPST-9-1\"\n", "Temp, hall 9.001"},
-      {"columns in another order, no DatapointType column, blank lines", "\"Address\";\"Group name\"\n\n\"1/2/3\";\"Temp\"\n\n", "Temp -"},
-      {"last line without a line end", "Group name;Address;DatapointType\nTemp;1/2/3;DPT-9", "Temp 9.000"},
-  };
-  for (const auto& [label, csv, described] : cases) {
-    SCOPED_TRACE(label);
-    const GroupAddressTable table = ReadCsv(csv);
-    EXPECT_EQ(table.Size(), 1u);
-    EXPECT_EQ(Describe(table, "1/2/3"), described);
-  }
-}
-
-TEST(ZelknxGroupAddressCsv, MalformedFilesNameTheLine) {
-  const std::string header = "\"Group name\";\"Address\";\"DatapointType\"\n";
-  const std::vector<std::pair<std::string, std::string>> cases = {
-      {"", "ga.csv:0: empty file, expected a header row with \"Group name\" and \"Address\""},
-      {"Name;Addr\nx;1/2/3\n", "ga.csv:1: the header row has no \"Group name\" or no \"Address\" column"},
-      {header + "\"A\";\"1/2/3\";\"DPST-9-1\"\n\"B\";\"1/2/4\"\n", "ga.csv:3: 2 fields where the header row has 3"},
-      {header + "\"A\";\"1/2/3\";\"DPST-9-1\";\"x\"\n", "ga.csv:2: 4 fields where the header row has 3"},
-      {header + "\"A\";\"1/8/3\";\"DPST-9-1\"\n", "ga.csv:2: bad group address '1/8/3'"},
-      {header + "\"A\";\"1/2/3\";\"DPST-9\"\n", "ga.csv:2: bad datapoint type 'DPST-9'"},
-      {header + "\"A\";\"1/2/3\";\"DPST-9-1\n", "ga.csv:2: a quoted field is not closed"},
-      {header + "\"A\"x;\"1/2/3\";\"\"\n", "ga.csv:2: text after the closing quote of a field"},
-      {header + "\"A\nB\";\"1/2/3\";\"\"\n\"C\";\"x\";\"\"\n", "ga.csv:4: bad group address 'x'"},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.second);
-    try {
-      ReadCsv(c.first);
-      ADD_FAILURE() << "read without an error";
-    } catch (const GroupAddressCsvError& error) {
-      EXPECT_EQ(std::string(error.what()).substr(0, c.second.size()), c.second);
-    }
   }
 }
 

@@ -2,6 +2,8 @@
 // paths, --json parsed back, exit codes, usage errors and refusals, the
 // command line, DPT names and units, group address lists and batch
 // decoding of knxd's logs.
+#include "KnxprojBuilder.h"
+
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
@@ -151,11 +153,11 @@ TEST_F(ZelknxFiles, RefusalsAndUsageErrors) {
   const std::string config = Write("latin1.xml", "<ZelAppHostConfig><ObjectModelConfig Path=\"/opt/K\374che.json\"/></ZelAppHostConfig>");
   EXPECT_EQ(JsonOf("config '" + config + "'")["ObjectModelConfigPath"], "/opt/K\uFFFDche.json");
   const std::string latin1 = Write("latin1.csv", "Group name;Address;DatapointType\nK\374che;1/2/3;DPST-9-1\n");
-  EXPECT_EQ(JsonOf("decode --ga-csv '" + latin1 + "' - < '" + Write("log.txt", "1/2/3 0c33\n") + "'")["group"], "K\uFFFDche");
+  EXPECT_EQ(JsonOf("decode --ga-csv '" + latin1 + "' - < '" + Write("log.txt", "1/2/3 0c33\n") + "'")["group"], "Küche");  // a Windows-1252 export
 }
 
 TEST(ZelknxTool, HelpOnEveryCommand) {
-  for (const char* command : {"", "encode", "decode", "dpt", "id", "config",
+  for (const char* command : {"", "encode", "decode", "dpt", "id", "config", "ga",
 #ifdef ZELKNX_WITH_MONITOR
                               "monitor"
 #endif
@@ -276,6 +278,40 @@ TEST_F(ZelknxFiles, BatchDecodingOfMonitorLogs) {
   EXPECT_EQ(JsonOf("encode 1/2/3 21.5 --ga-csv '" + csv + "'")["hex"], "0c33");
   EXPECT_EQ(JsonOf("dpt 1/2/5 --ga-csv '" + csv + "'")["name"], "DPT_Value_Power");
   EXPECT_EQ(Zelknx("decode - < '" + log + "'").out.rfind("1.1.5 -> 1/2/3 write 0c 33\n1.1.7 -> 1/2/5 read\n", 0), 0u);  // no list: the data in hex
+}
+
+// `ga` lists an export or a project; --project works wherever --ga-csv
+// does, and a list that cannot be read is a usage error naming its file.
+TEST_F(ZelknxFiles, GroupAddressListsOfExportsAndProjects) {
+  Zel::Tests::KnxprojSpec spec;  // ETS 6, two-level, with the password "geheim"
+  spec.schema = 21;
+  spec.style = "TwoLevel";
+  spec.groups = {{0x0A03, "Temperatur Küche", "DPST-9-1"}, {0x0A04, "Zähler", "DPT-13"}, {0x0A05, "Reserve", ""}};
+  spec.cipher = Zel::Tests::ZipCipher::Aes256;
+  spec.archivePassword = "8pqussL76WjB9C5muPqO/sN7UJruVxTWBHKyBPcdnlc=";
+  const std::string path = Write("haus.knxproj", Zel::Tests::MakeKnxproj(spec));
+  const std::string project = " --project '" + path + "' --password geheim";
+  EXPECT_EQ(Zelknx("ga" + project).out, "1/515 Temperatur Küche (9.001 DPT_Value_Temp, °C)\n1/516 Zähler (13 4-octet signed value)\n1/517 Reserve\n");
+  const std::vector<Json> listed = {{{"address", "1/515"}, {"name", "Temperatur Küche"}, {"dpt", "9.001"}}, {{"address", "1/516"}, {"name", "Zähler"}, {"dpt", "13"}}, {{"address", "1/517"}, {"name", "Reserve"}, {"dpt", nullptr}}};
+  EXPECT_EQ(JsonLines(Zelknx("--json ga" + project).out), listed);
+  EXPECT_EQ(JsonOf("decode 1/515 0c33" + project)["value"], 21.5);
+  EXPECT_EQ(Zelknx("ga --ga-csv '" + Write("ga.csv", kGroupAddresses) + "'").out.rfind("1/2/3 Temperatur Küche (9.001 DPT_Value_Temp, °C)\n1/2/4 Licht Küche (1.001 DPT_Switch)\n", 0), 0u);
+
+  const std::vector<std::pair<std::string, std::string>> refused = {
+      {"decode 1/2/5 0c33" + project, "group address 1/2/5 has no DPT in " + path},
+      {"ga --project '" + path + "' --password falsch", path + ": wrong password for the project"},
+      {"ga --project '" + path + "'", path + ": the project is password-protected: give its password (--password)"},
+      {"ga --project '" + Write("bad.knxproj", "PK") + "'", Write("bad.knxproj", "PK") + ": not a ZIP archive, or a damaged one"},
+      {"ga", "ga lists the group addresses of --ga-csv FILE or --project FILE"},
+      {"ga --ga-csv '" + path + "'" + project, "give --ga-csv or --project, not both"},
+      {"dpt 9 --password geheim", "--password is the password of an ETS project (--project)"},
+  };
+  for (const auto& [args, error] : refused) {
+    SCOPED_TRACE(args);
+    const Result run = Zelknx(args + " --json");
+    EXPECT_EQ(run.status, 2);
+    EXPECT_EQ(Json::parse(run.out).at("error").get<std::string>().substr(0, error.size()), error);
+  }
 }
 
 }  // namespace

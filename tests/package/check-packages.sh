@@ -17,7 +17,8 @@
 # library; the library is stripped, has its debug information in the -dbgsym
 # package, has no search path of its own and depends on the packages of
 # Boost and log4cplus; the stand-ins lie only in the private folder; zelknx
-# has its manual page.
+# has its manual page and depends on the packages of libzip, pugixml and
+# OpenSSL (its project reader).
 set -euo pipefail
 cd "$(dirname "$0")/../.."
 
@@ -128,6 +129,10 @@ for arch in "${arches[@]}"; do
     depends_on "$tool" "libzelobjectmodel0 (= $(field "$runtime" Version))"
   check "zelknx's manual page, gzipped, renders without warnings" \
     sh -c "gzip -t '$root/usr/share/man/man1/zelknx.1.gz' && ! zcat '$root/usr/share/man/man1/zelknx.1.gz' | groff -man -Tutf8 -ww -z 2>&1 | grep -q ."
+  # The readers of ETS projects: ZIP archives, their XML, the key derivation.
+  for dependency in libzip4 libpugixml1v5 libssl3; do
+    check "zelknx depends on $dependency" depends_on "$tool" "$dependency"
+  done
 
   case $arch in
     amd64)

@@ -100,7 +100,7 @@ int DecodeLines(const Session& session) {
   std::size_t number = 0;
   ForEachLine([&](const std::string& line) {
     const auto result =
-        DecodeLogLine(line, ++number, groups, options.gaCsv, options.table, output, buffer);
+        DecodeLogLine(line, ++number, groups, session.groupSource, options.table, output, buffer);
     if (result) {
       Print(options, result->json, result->text);
       allDecoded = allDecoded && !result->failed;
@@ -300,9 +300,9 @@ Zel::KNXDPT ReadDpt(const Session& session, const std::string& text) {
       throw UsageError{"bad group address '" + text + "'"};
     const GroupAddressEntry* group = session.groups->Find(*address);
     if (group == nullptr)
-      throw UsageError{"group address " + text + " is not in " + session.options.gaCsv};
+      throw UsageError{"group address " + text + " is not in " + session.groupSource};
     if (!group->dpt)
-      throw UsageError{"group address " + text + " has no DPT in " + session.options.gaCsv};
+      throw UsageError{"group address " + text + " has no DPT in " + session.groupSource};
     return *group->dpt;
   }
   const auto dpt = ParseDptSpelling(text);
@@ -310,7 +310,7 @@ Zel::KNXDPT ReadDpt(const Session& session, const std::string& text) {
     throw UsageError{
         "bad DPT '" + text +
         "' (write 9.001, 9.1, 9, DPST-9-1, DPT-9 or DPT_Value_Temp, a code with --code, or a "
-        "group address with --ga-csv)"};
+        "group address with --ga-csv or --project)"};
   }
   return *dpt;
 }
@@ -382,6 +382,32 @@ int Dpt(const Session& session) {
   }
   const Zel::KNXDPT dpt = ReadDpt(session, options.args[0]);
   PrintRow(options, ReadEntry(converter, dpt), dpt);
+  return 0;
+}
+
+// ga: one line per group address of the list, in address order.
+int GroupAddresses(const Session& session) {
+  const Options& options = session.options;
+  if (!session.groups)
+    throw UsageError{"ga lists the group addresses of --ga-csv FILE or --project FILE"};
+  if (!options.args.empty())
+    throw UsageError{"ga takes no arguments"};
+  for (const auto& item : session.groups->Entries()) {
+    const GroupAddressEntry& entry = item.second;
+    const Json json = EntryJson(entry, entry.style);
+    const std::string address = json["address"];
+    std::string text = address + " " + entry.name;
+    if (const auto dpt = EntryDptText(entry)) {
+      // A main type alone: its entry, not that of its subtype 0.
+      const DptNameEntry* names =
+          FindDptName(entry.mainOnly ? Zel::KNXDPT{0, entry.dpt->mainNumber, 0xFFFF} : *entry.dpt);
+      text += " (" + *dpt;
+      if (names != nullptr)
+        text += std::string(" ") + names->name + (*names->unit != '\0' ? ", " : "") + names->unit;
+      text += ")";
+    }
+    Print(options, json, text);
+  }
   return 0;
 }
 

@@ -33,10 +33,12 @@ struct Unreachable {
 
 struct Options {
   bool json = false;
-  bool table = false;  // convert with the DPT table instead of by DPT code
-  bool code = false;   // DPTs are numeric codes
-  std::string bits;    // decode: the group value's size, as given
-  std::string gaCsv;   // the ETS group address export, if any
+  bool table = false;    // convert with the DPT table instead of by DPT code
+  bool code = false;     // DPTs are numeric codes
+  std::string bits;      // decode: the group value's size, as given
+  std::string gaCsv;     // the ETS group address export, if any
+  std::string project;   // the ETS project, if any
+  std::string password;  // the ETS project's password
   std::string url = "local:/run/knx";
   std::string count;                      // monitor: stop after this many telegrams, as given
   std::string listen = "127.0.0.1:8080";  // serve
@@ -48,14 +50,15 @@ struct Options {
 
 struct Session {
   Options options;
-  boost::optional<GroupAddressTable> groups;  // loaded from options.gaCsv
+  boost::optional<GroupAddressTable> groups;  // loaded from options.gaCsv or options.project
+  std::string groupSource;                    // the file it was loaded from
 };
 
 // One result: JSON on one line with --json, else `text`.
 void Print(const Options& options, const Json& json, const std::string& text);
 
 // A DPT in any spelling, a numeric code with --code, or a group address of
-// the --ga-csv list.
+// the --ga-csv or --project list.
 Zel::KNXDPT ReadDpt(const Session& session, const std::string& text);
 
 // The commands; each returns its exit status or throws.
@@ -64,7 +67,8 @@ int Decode(const Session& session);  // one payload, or lines from stdin with "-
 int Dpt(const Session& session);
 int Id(const Session& session);
 int Config(const Session& session);
-int Monitor(const Session& session);  // Monitor.cpp, where knxd's client library is found
-int Serve(const Session& session);    // Serve.cpp, where cpp-httplib is found
+int GroupAddresses(const Session& session);  // ga: every group address of the list
+int Monitor(const Session& session);         // Monitor.cpp, where knxd's client library is found
+int Serve(const Session& session);           // Serve.cpp, where cpp-httplib is found
 
 }  // namespace Zelknx

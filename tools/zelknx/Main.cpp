@@ -26,7 +26,7 @@ using Zelknx::Json;
 
 const char kValues[] =
     "DPT: 9.001, 9.1, 9, DPST-9-1, DPT-9 or DPT_Value_Temp; with --code a numeric code\n"
-    "(main * 65536 + sub); with --ga-csv a group address of the list (1/2/3).\n"
+    "(main * 65536 + sub); with --ga-csv or --project a group address of the list (1/2/3).\n"
     "VALUE: true/false/1/0, 42, -42, 0x2a, 21.5, nan, inf, -inf, a string, [Mon] 08:30:00,\n"
     "2024-03-15, \"2024-03-15 08:30:00\", - (no value). Any other value that starts with '-'\n"
     "follows --.\n";
@@ -118,6 +118,9 @@ int main(int argc, char** argv) {
       "library log level on stderr: TRACE DEBUG INFO WARN ERROR FATAL OFF (default ERROR)");
   app.add_option("--ga-csv", options.gaCsv,
                  "ETS group address export (CSV): group addresses stand for their DPT");
+  app.add_option("--project", options.project,
+                 "ETS project (.knxproj): group addresses stand for their DPT");
+  app.add_option("--password", options.password, "the ETS project's password");
   app.add_flag("--code", options.code, "DPTs are numeric codes (main * 65536 + sub)");
 
   const std::vector<Command> commands = {
@@ -144,6 +147,12 @@ int main(int argc, char** argv) {
       {"config", "loads the app host configuration and prints every option",
        std::string("zelknx config [FILE]\nDefault FILE: ") + Zel::kAppHostConfigFilePath,
        Zelknx::Config},
+      {"ga", "every group address of an ETS export or project, with its name and DPT",
+       "zelknx ga --ga-csv FILE | --project FILE [--password PW]\n"
+       "One line per group address in address order: the address in the project's style, the\n"
+       "name, the DPT with its KNX name and unit. JSON: {\"address\", \"name\", \"dpt\"}, the DPT\n"
+       "as 9.001, a main type alone as 9, null for none.",
+       Zelknx::GroupAddresses},
 #ifdef ZELKNX_WITH_KNXD
       {"monitor", "prints every group telegram that knxd sees",
        "zelknx monitor [--url URL] [--ga-csv FILE] [--count N] [--table]\n"
@@ -233,10 +242,17 @@ int main(int argc, char** argv) {
         throw Zelknx::UsageError{"bad log level '" + logLevel + "'"};
       Zel::GetGlobalDefaultLogger().setLogLevel(level);
     }
-    if (!options.gaCsv.empty()) {
+    if (!options.gaCsv.empty() && !options.project.empty())
+      throw Zelknx::UsageError{"give --ga-csv or --project, not both"};
+    if (!options.password.empty() && options.project.empty())
+      throw Zelknx::UsageError{"--password is the password of an ETS project (--project)"};
+    session.groupSource = options.project.empty() ? options.gaCsv : options.project;
+    if (!session.groupSource.empty()) {
       try {
-        session.groups = Zelknx::GroupAddressTable::Load(options.gaCsv);
-      } catch (const Zelknx::GroupAddressCsvError& error) {
+        session.groups = options.project.empty() ? Zelknx::GroupAddressTable::Load(options.gaCsv)
+                                                 : Zelknx::GroupAddressTable::LoadProject(
+                                                       options.project, options.password);
+      } catch (const Zelknx::GroupAddressSourceError& error) {
         throw Zelknx::UsageError{error.what()};
       }
     }

@@ -80,7 +80,7 @@ void Replay(const Session& session, std::istream& log, WebMonitor& monitor, int 
   std::size_t number = 0;
   for (std::string line; std::getline(log, line);) {
     ++number;
-    const auto result = DecodeLogLine(line, number, groups, options.gaCsv, options.table);
+    const auto result = DecodeLogLine(line, number, groups, session.groupSource, options.table);
     if (!result)
       continue;
     if (!result->json.contains("apci")) {  // not a telegram: a malformed line, DPT HEX, GA HEX
@@ -118,10 +118,9 @@ Json GroupsJson(const Session& session) {
   if (!session.groups)
     return groups;
   for (const auto& item : session.groups->Entries()) {
-    const GroupAddressEntry& entry = item.second;
-    groups.push_back({{"address", GroupAddressText(entry.address)},
-                      {"name", entry.name},
-                      {"dpt", entry.dpt ? Json(DptName(*entry.dpt)) : Json(nullptr)}});
+    // Three-level whatever the source's style: the page joins the list
+    // with the telegrams' "dst".
+    groups.push_back(EntryJson(item.second, AddressStyle::ThreeLevel));
   }
   return groups;
 }
