@@ -211,70 +211,28 @@ Zel::LogicalDeviceId ReadLd(int ld) {
   return Zel::LogicalDeviceId(ld);
 }
 
-template <class Number>
-Json OptionalId(const boost::optional<Number>& id) {
-  return id ? Json(*id) : Json(nullptr);
-}
-
 py::object CoIds(int co, int ld) {
-  using M = Zel::KnxOmbMapping;
   const Zel::LogicalDeviceId device = ReadLd(ld);
-  const auto channel = co >= 0 && co <= 65535
-                           ? M::GetCoChannelObjModelId(static_cast<std::uint16_t>(co), device)
-                           : boost::none;
-  if (!channel)
+  if (co < 0 || co > 65535)
     throw Refusal{"CO " + std::to_string(co) + " has no object-model id (1..4095)"};
-  Json json;
-  json["co"] = co;
-  json["ld"] = ld;
-  json["channel"] = *channel;
-  json["value"] = OptionalId(M::GetCoValueObjModelId(*channel));
-  return ToPython(json);
+  return ToPython(Zelknx::CoIds(static_cast<std::uint16_t>(co), device));
 }
 
 py::object ParameterIds(const std::string& kind, int number, int ld) {
-  using M = Zel::KnxOmbMapping;
-  Zel::ParameterType type;
-  if (kind == "ip")
-    type = Zel::ParameterType::Ip;
-  else if (kind == "number")
-    type = Zel::ParameterType::Number;
-  else if (kind == "text")
-    type = Zel::ParameterType::Text;
-  else
+  const auto type = Zelknx::ParseParameterType(kind);
+  if (!type)
     throw py::value_error("the parameter type is 'ip', 'number' or 'text'");
   const Zel::LogicalDeviceId device = ReadLd(ld);
-  const auto channel =
-      number >= 0 && number <= 65535
-          ? M::GetParameterChannelObjModelId(static_cast<std::uint16_t>(number), device, type)
-          : boost::none;
-  if (!channel) {
+  if (number < 0 || number > 65535) {
     throw Refusal{kind + " parameter " + std::to_string(number) +
                   " has no object-model id (at most " +
-                  std::to_string(M::GetMaxParametersOfType(type)) + ")"};
+                  std::to_string(Zel::KnxOmbMapping::GetMaxParametersOfType(*type)) + ")"};
   }
-  Json json;
-  json["parameterType"] = kind;
-  json["parameter"] = number;
-  json["ld"] = ld;
-  json["channel"] = *channel;
-  json["value"] = OptionalId(M::GetParameterValueObjModelId(*channel));
-  return ToPython(json);
+  return ToPython(Zelknx::ParameterIds(*type, static_cast<std::uint16_t>(number), device));
 }
 
 py::object LdIds(int ld) {
-  using M = Zel::KnxOmbMapping;
-  const Zel::LogicalDeviceId device = ReadLd(ld);
-  Json json;
-  json["ld"] = ld;
-  json["device"] = M::GetLogicalKnxDeviceObjModelId(device);
-  json["last"] = M::GetLastObjModelId(device);
-  json["appControlChannel"] = M::GetAppHostAppControlChannelObjModelId(device);
-  json["appControlState"] = M::GetAppHostAppControlStateObjModelId(device);
-  json["appControlEvent"] = M::GetAppHostAppControlEventObjModelId(device);
-  json["appControlAlive"] = M::GetAppHostAppControlAliveObjModelId(device);
-  json["appControlAppDebug"] = M::GetAppHostAppControlAppDebugObjModelId(device);
-  return ToPython(json);
+  return ToPython(Zelknx::LogicalDeviceIds(ReadLd(ld)));
 }
 
 py::object DescribeId(unsigned long long id) {

@@ -143,23 +143,9 @@ Zel::LogicalDeviceId ReadLd(const Options& options, std::size_t index) {
   return Zel::LogicalDeviceId(static_cast<int>(*ld));
 }
 
-template <class Number>
-Json OptionalId(const boost::optional<Number>& id) {
-  return id ? Json(*id) : Json(nullptr);
-}
-
-template <class Number>
-std::string IdText(const boost::optional<Number>& id) {
-  return id ? std::to_string(*id) : "-";
-}
-
-const char* TypeName(Zel::ParameterType type) {
-  switch (type) {
-    case Zel::ParameterType::Ip: return "ip";
-    case Zel::ParameterType::Number: return "number";
-    case Zel::ParameterType::Text: return "text";
-  }
-  return "?";
+// "N" or "-".
+std::string IdText(const Json& id) {
+  return id.is_null() ? "-" : id.dump();
 }
 
 void IdOf(const Options& options, unsigned long id) {
@@ -178,7 +164,6 @@ void IdOf(const Options& options, unsigned long id) {
 }  // namespace
 
 int Id(const Session& session) {
-  using M = Zel::KnxOmbMapping;
   const Options& options = session.options;
   const auto& args = options.args;
   if (args.empty())
@@ -187,62 +172,24 @@ int Id(const Session& session) {
     const auto co = ParseUnsigned(args[1], 65535);
     if (!co)
       throw UsageError{"bad CO number '" + args[1] + "'"};
-    const auto ld = ReadLd(options, 2);
-    const auto number = static_cast<std::uint16_t>(*co);
-    const auto channel = M::GetCoChannelObjModelId(number, ld);
-    if (!channel)
-      Refuse("CO " + args[1] + " has no object-model id (1..4095)");
-    const auto value = M::GetCoValueObjModelId(number, ld);
-    Json json;
-    json["co"] = number;
-    json["ld"] = ld.Get();
-    json["channel"] = *channel;
-    json["value"] = OptionalId(value);
+    const Json json = CoIds(static_cast<std::uint16_t>(*co), ReadLd(options, 2));
     Print(options, json,
-          "CO " + std::to_string(number) + " of logical device " + std::to_string(ld.Get()) +
-              ": channel " + IdText(channel) + ", value " + IdText(value));
+          "CO " + json["co"].dump() + " of logical device " + json["ld"].dump() + ": channel " +
+              IdText(json["channel"]) + ", value " + IdText(json["value"]));
   } else if (args[0] == "param" && args.size() >= 3) {
-    Zel::ParameterType type;
-    if (args[1] == "ip")
-      type = Zel::ParameterType::Ip;
-    else if (args[1] == "number")
-      type = Zel::ParameterType::Number;
-    else if (args[1] == "text")
-      type = Zel::ParameterType::Text;
-    else
+    const auto type = ParseParameterType(args[1]);
+    if (!type)
       throw UsageError{"the parameter type is ip, number or text"};
-    const auto n = ParseUnsigned(args[2], 65535);
-    if (!n)
+    const auto number = ParseUnsigned(args[2], 65535);
+    if (!number)
       throw UsageError{"bad parameter number '" + args[2] + "'"};
-    const auto ld = ReadLd(options, 3);
-    const auto number = static_cast<std::uint16_t>(*n);
-    const auto channel = M::GetParameterChannelObjModelId(number, ld, type);
-    if (!channel) {
-      Refuse(args[1] + " parameter " + args[2] + " has no object-model id (at most " +
-             std::to_string(M::GetMaxParametersOfType(type)) + ")");
-    }
-    const auto value = M::GetParameterValueObjModelId(number, ld, type);
-    Json json;
-    json["parameterType"] = TypeName(type);
-    json["parameter"] = number;
-    json["ld"] = ld.Get();
-    json["channel"] = *channel;
-    json["value"] = OptionalId(value);
+    const Json json = ParameterIds(*type, static_cast<std::uint16_t>(*number), ReadLd(options, 3));
     Print(options, json,
-          std::string(TypeName(type)) + " parameter " + std::to_string(number) +
-              " of logical device " + std::to_string(ld.Get()) + ": channel " + IdText(channel) +
-              ", value " + IdText(value));
+          args[1] + " parameter " + json["parameter"].dump() + " of logical device " +
+              json["ld"].dump() + ": channel " + IdText(json["channel"]) + ", value " +
+              IdText(json["value"]));
   } else if (args[0] == "ld" && args.size() <= 2) {
-    const auto ld = ReadLd(options, 1);
-    Json json;
-    json["ld"] = ld.Get();
-    json["device"] = M::GetLogicalKnxDeviceObjModelId(ld);
-    json["last"] = M::GetLastObjModelId(ld);
-    json["appControlChannel"] = M::GetAppHostAppControlChannelObjModelId(ld);
-    json["appControlState"] = M::GetAppHostAppControlStateObjModelId(ld);
-    json["appControlEvent"] = M::GetAppHostAppControlEventObjModelId(ld);
-    json["appControlAlive"] = M::GetAppHostAppControlAliveObjModelId(ld);
-    json["appControlAppDebug"] = M::GetAppHostAppControlAppDebugObjModelId(ld);
+    const Json json = LogicalDeviceIds(ReadLd(options, 1));
     std::string text;
     for (const auto& item : json.items())
       text += (text.empty() ? "" : "\n") + item.key() + ": " + item.value().dump();

@@ -55,13 +55,9 @@ std::string RangeText(const Zel::KnxConverter& c) {
   return t;
 }
 
-const char* TypeName(Zel::ParameterType type) {
-  switch (type) {
-    case Zel::ParameterType::Ip: return "ip";
-    case Zel::ParameterType::Number: return "number";
-    case Zel::ParameterType::Text: return "text";
-  }
-  return "?";
+template <class Number>
+Json OptionalId(const boost::optional<Number>& id) {
+  return id ? Json(*id) : Json(nullptr);
 }
 
 Json OptionalPath(const boost::optional<Zel::AppHostConfiguration::Path>& path) {
@@ -99,6 +95,70 @@ Json DptFacts(const Zel::DptValueEntry& entry, const boost::optional<Zel::KNXDPT
   return json;
 }
 
+const char* ParameterTypeName(Zel::ParameterType type) {
+  switch (type) {
+    case Zel::ParameterType::Ip: return "ip";
+    case Zel::ParameterType::Number: return "number";
+    case Zel::ParameterType::Text: return "text";
+  }
+  return "?";
+}
+
+boost::optional<Zel::ParameterType> ParseParameterType(const std::string& text) {
+  for (const auto type :
+       {Zel::ParameterType::Ip, Zel::ParameterType::Number, Zel::ParameterType::Text}) {
+    if (text == ParameterTypeName(type))
+      return type;
+  }
+  return boost::none;
+}
+
+Json CoIds(std::uint16_t co, Zel::LogicalDeviceId ld) {
+  using M = Zel::KnxOmbMapping;
+  ResetLastError();
+  const auto channel = M::GetCoChannelObjModelId(co, ld);
+  if (!channel)
+    Refuse("CO " + std::to_string(co) + " has no object-model id (1..4095)");
+  Json json;
+  json["co"] = co;
+  json["ld"] = ld.Get();
+  json["channel"] = *channel;
+  json["value"] = OptionalId(M::GetCoValueObjModelId(co, ld));
+  return json;
+}
+
+Json ParameterIds(Zel::ParameterType type, std::uint16_t number, Zel::LogicalDeviceId ld) {
+  using M = Zel::KnxOmbMapping;
+  ResetLastError();
+  const auto channel = M::GetParameterChannelObjModelId(number, ld, type);
+  if (!channel) {
+    Refuse(std::string(ParameterTypeName(type)) + " parameter " + std::to_string(number) +
+           " has no object-model id (at most " + std::to_string(M::GetMaxParametersOfType(type)) +
+           ")");
+  }
+  Json json;
+  json["parameterType"] = ParameterTypeName(type);
+  json["parameter"] = number;
+  json["ld"] = ld.Get();
+  json["channel"] = *channel;
+  json["value"] = OptionalId(M::GetParameterValueObjModelId(number, ld, type));
+  return json;
+}
+
+Json LogicalDeviceIds(Zel::LogicalDeviceId ld) {
+  using M = Zel::KnxOmbMapping;
+  Json json;
+  json["ld"] = ld.Get();
+  json["device"] = M::GetLogicalKnxDeviceObjModelId(ld);
+  json["last"] = M::GetLastObjModelId(ld);
+  json["appControlChannel"] = M::GetAppHostAppControlChannelObjModelId(ld);
+  json["appControlState"] = M::GetAppHostAppControlStateObjModelId(ld);
+  json["appControlEvent"] = M::GetAppHostAppControlEventObjModelId(ld);
+  json["appControlAlive"] = M::GetAppHostAppControlAliveObjModelId(ld);
+  json["appControlAppDebug"] = M::GetAppHostAppControlAppDebugObjModelId(ld);
+  return json;
+}
+
 Json DescribeObjectId(unsigned long id) {
   using M = Zel::KnxOmbMapping;
   Json json;
@@ -132,7 +192,7 @@ Json DescribeObjectId(unsigned long id) {
       kind = id % 2 == 0 ? "parameter channel" : "parameter value";
       const auto type = M::GetParameterTypeFromObjModelId(id, ld);
       const auto number = M::GetParameterNumberFromObjModelId(id, ld);
-      json["parameterType"] = type ? Json(TypeName(*type)) : Json(nullptr);
+      json["parameterType"] = type ? Json(ParameterTypeName(*type)) : Json(nullptr);
       json["parameter"] = number ? Json(*number) : Json(nullptr);
     }
   }

@@ -7,6 +7,7 @@
 #include "Telegram.h"
 
 #include "Zel/AppHostConfig.h"
+#include "Zel/KnxOmbMapping.h"
 #include "Zel/KnxValueConverter.h"
 
 #include <boost/optional.hpp>
@@ -25,6 +26,20 @@ Json DptFacts(const Zel::DptValueEntry& entry, const boost::optional<Zel::KNXDPT
 // "CO value", "parameter channel", "parameter value", an app-control id,
 // or "unknown".
 Json DescribeObjectId(unsigned long id);
+
+// "ip", "number", "text" and back; none for another text.
+const char* ParameterTypeName(Zel::ParameterType type);
+boost::optional<Zel::ParameterType> ParseParameterType(const std::string& text);
+
+// The object-model ids of a communication object: "co", "ld", "channel",
+// "value". Throws Refusal (the library's error, else why) where it has none.
+Json CoIds(std::uint16_t co, Zel::LogicalDeviceId ld);
+// The same of a parameter: "parameterType", "parameter", "ld", "channel",
+// "value".
+Json ParameterIds(Zel::ParameterType type, std::uint16_t number, Zel::LogicalDeviceId ld);
+// The ids of a logical device: "ld", "device", "last" and its app-control
+// ids.
+Json LogicalDeviceIds(Zel::LogicalDeviceId ld);
 
 // The app host's options as `config` holds them, after "file" (the file
 // they were loaded from): "WithoutKNX", "TerminateOnFirmwareUpdate",
