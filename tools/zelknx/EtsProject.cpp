@@ -27,6 +27,7 @@
 #include <zip.h>
 
 #include <array>
+#include <memory>
 #include <fstream>
 #include <iterator>
 #include <vector>
@@ -117,19 +118,19 @@ class Archive {
   int Read(zip_uint64_t index, const char* password, std::string& out) {
     out.clear();
     const std::string name = Name(index);
-    zip_file_t* file = zip_fopen_index_encrypted(m_zip, index, 0, password);
-    if (file == nullptr)
+    // Closed however the reading ends: the limits throw.
+    const std::unique_ptr<zip_file_t, int (*)(zip_file_t*)> file(
+        zip_fopen_index_encrypted(m_zip, index, 0, password), zip_fclose);
+    if (!file)
       return zip_error_code_zip(zip_get_error(m_zip));
     std::array<char, 65536> chunk;
     zip_int64_t got = 0;
-    while ((got = zip_fread(file, chunk.data(), chunk.size())) > 0) {
+    while ((got = zip_fread(file.get(), chunk.data(), chunk.size())) > 0) {
       const auto bytes = static_cast<std::size_t>(got);
       m_reading.Inflated(name, out.size() + bytes, bytes);
       out.append(chunk.data(), bytes);
     }
-    const int code = got < 0 ? zip_error_code_zip(zip_file_get_error(file)) : 0;
-    zip_fclose(file);
-    return code;
+    return got < 0 ? zip_error_code_zip(zip_file_get_error(file.get())) : 0;
   }
 
   // The bytes of entry `index`, or fails naming it.
