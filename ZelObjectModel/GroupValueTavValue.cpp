@@ -29,7 +29,6 @@ namespace {
 
 using Catalogue::Decoding;
 using Catalogue::Encoding;
-using Layout::CodeText;
 
 // Every field of a TAVTIME in its declared order, separated by blanks,
 // numbers in decimal and the flags as 0 or 1.
@@ -93,7 +92,7 @@ boost::optional<KnxStack::GroupValue> TavValueToGroupValue(const TAVVALUE& value
                   << TAVVALUE::GetNameFromValueType(value.ivt) << "'");
     return boost::none;
   }
-  const unsigned long main = Layout::MainOfCode(dptCode);
+  const unsigned long main = MainOfCode(dptCode);
   switch (Catalogue::Main(main).encoding) {
     case Encoding::Boolean: group.SetAsBoolean(value.GetByte() != 0); break;
     case Encoding::Unsigned2: group.SetAsUnsigned2(value.GetByte()); break;
@@ -180,8 +179,8 @@ bool CheckGroupValue(const KnxStack::GroupValue& value, unsigned long dptCode) {
   if (!Fits32(dptCode)) {
     return false;  // no DPT of the device has such a code
   }
-  KNXDPT dpt = Layout::DptOfCode(static_cast<std::uint32_t>(dptCode),
-                                 static_cast<std::uint8_t>(value.GetDefinedSize()));
+  KNXDPT dpt = DptOfCode(static_cast<std::uint32_t>(dptCode),
+                         static_cast<std::uint8_t>(value.GetDefinedSize()));
   KnxValueConverter* converter = SharedConverter();
   if (converter == nullptr) {
     ZEL_LOG_FATAL("Could not Init() the value converter");
@@ -215,7 +214,7 @@ boost::optional<std::string> ValidUtf8(std::string text) {
 // octets for its getter.
 boost::optional<TAVVALUE> Decode(const KnxStack::GroupValue& value, unsigned long dptCode,
                                  TavValueType expected, const Caller& caller) {
-  switch (Catalogue::Main(Layout::MainOfCode(dptCode)).decoding) {
+  switch (Catalogue::Main(MainOfCode(dptCode)).decoding) {
     case Decoding::Boolean: return ToTavValue(value.GetAsBoolean(), expected);
     case Decoding::Unsigned2: return ToTavValue<unsigned char>(value.GetAsUnsigned2(), expected);
     case Decoding::Unsigned3: return ToTavValue<unsigned char>(value.GetAsUnsigned3(), expected);

@@ -306,65 +306,14 @@ bool KnxValueConverter::FromKnxValue(KNXDPT& dpt, const KnxStack::GroupValue& in
   }
 }
 
-namespace {
-
-IntegerRange IntegerRangeOf(const Catalogue::Range& r) {
-  return IntegerRange(static_cast<std::int32_t>(r.a), static_cast<std::int32_t>(r.b),
-                      static_cast<std::int32_t>(r.c), static_cast<std::int32_t>(r.d));
-}
-LongIntegerRange LongIntegerRangeOf(const Catalogue::Range& r) {
-  return LongIntegerRange(static_cast<std::int64_t>(r.a), static_cast<std::int64_t>(r.b),
-                          static_cast<std::int64_t>(r.c), static_cast<std::int64_t>(r.d));
-}
-FloatIntegerRange FloatIntegerRangeOf(const Catalogue::Range& r) {
-  return FloatIntegerRange(static_cast<std::int32_t>(r.a), static_cast<std::int32_t>(r.b), r.c,
-                           r.d);
-}
-FloatRange FloatRangeOf(const Catalogue::Range& r) {
-  return FloatRange(r.a, r.b, r.c, r.d);
-}
-
-// Calls `use` with the prototype converter of `row`, its range built.
-template <class Use>
-bool WithPrototype(const Catalogue::TableRow& row, Use use) {
-  using C = Catalogue::Converter;
-  switch (row.converter) {
-    case C::Bit1: return use(KnxConverter1Bit());
-    case C::Bit2: return use(KnxConverter2Bit());
-    case C::Bit4: return use(KnxConverter4Bit(FloatIntegerRangeOf(row.range)));
-    case C::Char8: return use(KnxConverter8BitString(IntegerRangeOf(row.range)));
-    case C::Byte8Unsigned: return use(KnxConverterByte8BitUnsigned(IntegerRangeOf(row.range)));
-    case C::Integer8Signed: return use(KnxConverterInteger8BitSigned(IntegerRangeOf(row.range)));
-    case C::Status8: return use(KnxConverterStatus8Bit(IntegerRangeOf(row.range)));
-    case C::Integer16Unsigned:
-      return use(KnxConverterInteger16BitUnsigned(IntegerRangeOf(row.range)));
-    case C::Integer16Signed: return use(KnxConverterInteger16BitSigned(IntegerRangeOf(row.range)));
-    case C::Float16: return use(KnxConverterFloat16BitFloat(FloatRangeOf(row.range)));
-    case C::Float32: return use(KnxConverterFloat32BitFloat(FloatRangeOf(row.range)));
-    case C::Integer24Unsigned:
-      return use(KnxConverterInteger24BitUnsigned(LongIntegerRangeOf(row.range)));
-    case C::Integer32Unsigned:
-      return use(KnxConverterInteger32BitUnsigned(LongIntegerRangeOf(row.range)));
-    case C::Integer32Signed: return use(KnxConverterInteger32BitSigned(IntegerRangeOf(row.range)));
-    case C::String14: return use(KnxConverter14ByteString(IntegerRangeOf(row.range)));
-    case C::TimeOfDay: return use(KnxConverterTimeOfDay());
-    case C::Date: return use(KnxConverterDate());
-    case C::DateTime: return use(KnxConverterDateTime());
-    case C::SceneNumber: return use(KnxConverterSceneNumber(IntegerRangeOf(row.range)));
-    case C::SceneControl: return use(KnxConverterSceneControl(IntegerRangeOf(row.range)));
-    case C::SceneInfo: return use(KnxConverterSceneInfo(IntegerRangeOf(row.range)));
-  }
-  return false;
-}
-
-}  // namespace
+static_assert(Catalogue::kAny == KnxValueConverter::kAnySize, "one value for any size");
 
 // The rows of the DPT catalogue, in its order. A failed row is logged and
 // skipped, and the fill still answers true.
 bool KnxValueConverter::FillDptValueMap() {
   m_map.Clear();
   for (const Catalogue::TableRow& row : Catalogue::kTableRows) {
-    const bool added = WithPrototype(row, [this, &row](const KnxConverter& prototype) {
+    const bool added = Catalogue::WithPrototype(row, [this, &row](const KnxConverter& prototype) {
       return AddDptValueMapEntry(row.mainNumber, row.subNumber, row.bitSize, row.valueType,
                                  row.valueSubType, prototype);
     });

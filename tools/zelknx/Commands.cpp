@@ -1,5 +1,6 @@
 #include "Commands.h"
 
+#include "DptCatalogue.h"
 #include "DptNames.h"
 
 #include "Zel/AppHostConfig.h"
@@ -182,28 +183,13 @@ std::pair<const char*, const char*> NameAndUnit(const Zel::DptValueEntry& entry,
   return {names->name, *names->unit != '\0' ? names->unit : nullptr};
 }
 
-template <class Converter>
-bool RangeOf(const Zel::KnxConverter& converter, std::string& text) {
-  const auto* ranged = dynamic_cast<const Converter*>(&converter);
-  if (ranged != nullptr)
-    text = Zel::ToString(ranged->GetRange());
-  return ranged != nullptr;
-}
-
-std::string RangeText(const Zel::KnxConverter& c) {
-  using namespace Zel;
-  std::string t = "-";
-  RangeOf<KnxConverter4Bit>(c, t) || RangeOf<KnxConverter8BitString>(c, t) ||
-      RangeOf<KnxConverterByte8BitUnsigned>(c, t) || RangeOf<KnxConverterInteger8BitSigned>(c, t) ||
-      RangeOf<KnxConverterStatus8Bit>(c, t) || RangeOf<KnxConverterInteger16BitUnsigned>(c, t) ||
-      RangeOf<KnxConverterInteger16BitSigned>(c, t) || RangeOf<KnxConverterFloat16BitFloat>(c, t) ||
-      RangeOf<KnxConverterFloat32BitFloat>(c, t) ||
-      RangeOf<KnxConverterInteger24BitUnsigned>(c, t) ||
-      RangeOf<KnxConverterInteger32BitUnsigned>(c, t) ||
-      RangeOf<KnxConverterInteger32BitSigned>(c, t) || RangeOf<KnxConverter14ByteString>(c, t) ||
-      RangeOf<KnxConverterSceneNumber>(c, t) || RangeOf<KnxConverterSceneControl>(c, t) ||
-      RangeOf<KnxConverterSceneInfo>(c, t);
-  return t;
+// The range column: the catalogue's range text of the row's DPT.
+std::string RangeText(const Zel::KNXDPT& dpt) {
+  for (const Zel::Catalogue::TableRow& row : Zel::Catalogue::kTableRows) {
+    if (row.mainNumber == dpt.mainNumber && row.subNumber == dpt.subNumber)
+      return Zel::Catalogue::RangeText(row);
+  }
+  return "-";
 }
 
 void PrintRow(const Options& options, const Zel::DptValueEntry& entry,
@@ -215,7 +201,7 @@ void PrintRow(const Options& options, const Zel::DptValueEntry& entry,
     if (converter.rfind("Zel::", 0) == 0)
       converter.erase(0, 5);
   }
-  const std::string range = entry.converter ? RangeText(*entry.converter) : "-";
+  const std::string range = entry.converter ? RangeText(entry.dpt) : "-";
   const std::string omType = Zel::KnxOmbMapping::GetIvtFromMainType(entry.dpt.mainNumber);
   TAVVALUE defaultValue;
   const std::string serialized =
