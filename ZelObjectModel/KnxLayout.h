@@ -71,6 +71,26 @@ constexpr unsigned WeekdayFromDays(std::int64_t days) {
   return static_cast<unsigned>(fromMonday) + 1;
 }
 
+// A date and a time of day whose hour, minute or second may lie beyond its
+// range, carried into the following days (24:00:00 is midnight of the next
+// day): the date, its day count and the time of day. Both conversion paths
+// carry dates with it.
+struct CarriedDateTime {
+  CivilDate date;
+  std::int64_t days;
+  unsigned hour;
+  unsigned minute;
+  unsigned second;
+};
+constexpr CarriedDateTime CarryDateTime(std::int64_t year, unsigned month, unsigned day,
+                                        unsigned hour, unsigned minute, unsigned second) {
+  const std::int64_t seconds = hour * 3600L + minute * 60L + second;
+  const std::int64_t days = DaysFromCivil(year, month, day) + seconds / 86400;
+  const std::int64_t secondOfDay = seconds % 86400;
+  return {CivilFromDays(days), days, static_cast<unsigned>(secondOfDay / 3600),
+          static_cast<unsigned>(secondOfDay / 60 % 60), static_cast<unsigned>(secondOfDay % 60)};
+}
+
 // Throws what the calendar of Boost.Date_Time throws for these fields
 // (bad_year, bad_month, bad_day_of_month, with their texts) when they are
 // no date of years 1400..9999; returns otherwise. The plain check comes

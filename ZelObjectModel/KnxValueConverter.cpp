@@ -101,13 +101,32 @@ const DptValueEntry& DptValueMap::EmptyEntry() {
 
 namespace {
 
-bool IsOneOf(TavValueType type, std::initializer_list<TavValueType> types) {
-  for (const TavValueType t : types) {
-    if (t == type) {
-      return true;
-    }
+// The families of value types whose values a row of another member of the
+// family takes; each type is in one family at most.
+enum class Family : std::uint8_t { None, Number, Integer, Byte, Word, Date, Time, DateTime };
+Family FamilyOf(TavValueType type) {
+  switch (type) {
+    case ivtFloat:
+    case ivtPercent:
+    case ivtScaling:
+    case ivtDimming:
+    case ivtAngle: return Family::Number;
+    case ivtInteger:
+    case ivtTimePeriod: return Family::Integer;
+    case ivtByte:
+    case ivtEnumByte: return Family::Byte;
+    case ivtWord:
+    case ivtDWord:
+    case ivtCounter: return Family::Word;
+    case ivtDate:
+    case ivtDateUtc: return Family::Date;
+    case ivtTime:
+    case ivtTimeUtc: return Family::Time;
+    case ivtDateTime:
+    case ivtDateTimeUtc:
+    case ivtTimestamp: return Family::DateTime;
+    default: return Family::None;
   }
-  return false;
 }
 
 }  // namespace
@@ -130,32 +149,14 @@ bool KnxValueConverter::AreValueTypesCompatible(TavValueType a, TavValueType b) 
   if (a == b) {
     return true;
   }
-  // Grouped by the value's type. The relation is deliberately one-sided:
-  // the date-and-time types accept dates and times, not the other way round.
-  switch (a) {
-    case ivtFloat:
-    case ivtPercent:
-    case ivtScaling:
-    case ivtDimming:
-    case ivtAngle: return IsOneOf(b, {ivtFloat, ivtPercent, ivtScaling, ivtDimming, ivtAngle});
-    case ivtInteger:
-    case ivtTimePeriod: return IsOneOf(b, {ivtInteger, ivtTimePeriod});
-    case ivtByte:
-    case ivtEnumByte: return IsOneOf(b, {ivtByte, ivtEnumByte});
-    case ivtWord:
-    case ivtDWord:
-    case ivtCounter: return IsOneOf(b, {ivtWord, ivtDWord, ivtCounter});
-    case ivtDate:
-    case ivtDateUtc: return IsOneOf(b, {ivtDate, ivtDateUtc});
-    case ivtTime:
-    case ivtTimeUtc: return IsOneOf(b, {ivtTime, ivtTimeUtc});
-    case ivtDateTime:
-    case ivtDateTimeUtc:
-    case ivtTimestamp:
-      return IsOneOf(
-          b, {ivtDate, ivtTime, ivtDateTime, ivtTimestamp, ivtDateTimeUtc, ivtTimeUtc, ivtDateUtc});
-    default: return false;
+  // Within a family; and deliberately one-sided: the date-and-time types
+  // accept dates and times, not the other way round.
+  const Family fa = FamilyOf(a);
+  const Family fb = FamilyOf(b);
+  if (fa == Family::DateTime) {
+    return fb == Family::DateTime || fb == Family::Date || fb == Family::Time;
   }
+  return fa != Family::None && fa == fb;
 }
 
 bool KnxValueConverter::GetDefaultMappingDptForSize(KNXDPT& dpt) {
