@@ -368,7 +368,7 @@ std::string KnxOmbMapping::GetDefaultValueFromDpt(unsigned long dptCode, bool in
 }
 
 TAVVALUE KnxOmbMapping::CreateDefaultValueEmpty(TavValueType ivt) {
-  const TAVVALUE emptyTavValue;
+  TAVVALUE emptyTavValue;
   ZEL_ASSERT(emptyTavValue.ivt == ivt);
   return emptyTavValue;
 }

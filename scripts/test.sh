@@ -7,10 +7,15 @@
 # the Debian packages of amd64 and armhf (scripts/package.sh, lintian
 # included) and checks them unpacked (tests/package/check-packages.sh). The
 # `format` step checks that the C++ sources are formatted with
-# .clang-format (scripts/format.sh --check).
-#   scripts/test.sh              the format check, every build, the
-#                                packages, then the fuzz smoke test:
-#                                format default asan tsan armhf package fuzz
+# .clang-format (scripts/format.sh --check). The `tidy` step runs clang-tidy
+# with .clang-tidy over the library's sources (their headers included) and
+# fails on any finding. The `mutate` step, not in the default list (it
+# takes minutes), runs scripts/mutate.sh with a small sample
+# (ZEL_MUTATE_COUNT mutants, default 20; see scripts/mutate.sh --help).
+#   scripts/test.sh              the format check, clang-tidy, every
+#                                build, the packages, then the fuzz smoke
+#                                test: format tidy default asan tsan armhf
+#                                package fuzz
 #   scripts/test.sh default fuzz only these
 # A failing step does not stop the others; the exit status is 1 if any
 # build failed to build or has a failing test, or a fuzz target found
@@ -22,7 +27,7 @@ scripts/setup.sh
 
 presets=("$@")
 if ((${#presets[@]} == 0)); then
-  presets=(format default asan tsan armhf package fuzz)
+  presets=(format tidy default asan tsan armhf package fuzz)
 fi
 
 log_dir=$(mktemp -d)
@@ -40,6 +45,34 @@ for preset in "${presets[@]}"; do
       status=1
     fi
     line="format: ${result}, $(($(date +%s) - start)) s"
+    echo "=== ${line}"
+    summary+=("$line")
+    continue
+  fi
+  if [[ $preset == tidy ]]; then
+    echo "=== tidy: clang-tidy on the library"
+    start=$(date +%s)
+    result=passed
+    mapfile -t sources < <(git ls-files 'ZelObjectModel/*.cpp')
+    if ! cmake --preset default -B build/tidy -DCMAKE_EXPORT_COMPILE_COMMANDS=ON >/dev/null ||
+      ! clang-tidy-14 --quiet -p build/tidy "${sources[@]}"; then
+      result=FAILED
+      status=1
+    fi
+    line="tidy: ${result}, $(($(date +%s) - start)) s"
+    echo "=== ${line}"
+    summary+=("$line")
+    continue
+  fi
+  if [[ $preset == mutate ]]; then
+    echo "=== mutate: scripts/mutate.sh ${ZEL_MUTATE_COUNT:-20}"
+    start=$(date +%s)
+    result=passed
+    if ! scripts/mutate.sh "${ZEL_MUTATE_COUNT:-20}"; then
+      result=FAILED
+      status=1
+    fi
+    line="mutate: ${result}, $(($(date +%s) - start)) s"
     echo "=== ${line}"
     summary+=("$line")
     continue

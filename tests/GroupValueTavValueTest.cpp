@@ -139,6 +139,9 @@ TEST(GroupValueToTavValue, DatesAndTimesBecomeTheirTypes) {
   EXPECT_EQ(date->ivt, ivtDate);
   EXPECT_EQ(date->GetTime().year, 2023);
   EXPECT_EQ(date->GetTime().day, 28);
+  LogCapture log(log4cplus::WARN_LOG_LEVEL);  // raw octets beyond the three the table checks
+  EXPECT_FALSE(GroupValueToTavValue(Group({0x1C, 0x02, 0x17, 0x00}, 24), Code(11, 1)));
+  EXPECT_TRUE(log.Equals({Warn("Received an invalid DPT 11.001 date from the KNX: Length in bytes is 4, expected 3")}));
 
   const auto both = GroupValueToTavValue(Group({123, 2, 28, 0x4D, 45, 7, 0x20, 0}, 64), Code(19, 1));
   ASSERT_TRUE(both);
