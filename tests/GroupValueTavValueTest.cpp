@@ -48,6 +48,7 @@ TEST(TavValueToGroupValue, EncodesEachMainNumber) {
       {"14.x", Code(14, 0), Real(-2.5), {0xC0, 0x20, 0x00, 0x00}, 32, ""},
       {"16.001", Code(16, 1), Text("\xC3\xBC\xE2\x82\xAC"), {0xFC, '?', 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}, 112, ""},
       {"17.001", Code(17, 1), Bits(ivtByte, 63), {0x3F}, 8, ""},
+      {"18.001 learn bit", Code(18, 1), Bits(ivtByte, 0x85), {0x85}, 8, ""},
       {"19.001", Code(19, 1), Time(ivtDateTime, 2023, 2, 28, 13, 45, 7, 0), {123, 2, 28, 0x4D, 45, 7, 0x20, 0}, 64, ""},
       {"19.001 no date", Code(19, 1), Time(ivtDateTime, 0, 0, 0, 13, 45, 7, 0), {70, 1, 1, 0, 0, 0, 0x24, 0}, 64, ""},
       {"19.001 day 31 of April", Code(19, 1), Time(ivtDateTime, 2023, 4, 31, 1, 2, 3, 0), {70, 1, 1, 0, 0, 0, 0x24, 0}, 64, ""},

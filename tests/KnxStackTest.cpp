@@ -58,15 +58,10 @@ const Codec b1 = NUMBER(Boolean, bool, 1), u2 = NUMBER(Unsigned2, std::uint8_t, 
             s16 = NUMBER(Signed16, std::int16_t, 16), u32 = NUMBER(Unsigned32, std::uint32_t, 32),
             s32 = NUMBER(Signed32, std::int32_t, 32), f16 = NUMBER(Float16, double, 16),
             f32 = NUMBER(Float32, float, 32);
-const Codec ch = {"GetAsUnsigned8", 8, SET{g.SetAsChar(static_cast<char>(std::stoi(v)));
-}  // namespace
-, u8.get
-};  // namespace KnxStack
 // The 6-bit short form of sub-byte values; their getters read the low bits whatever the size.
 const Codec u3short = {"GetAsUnsigned3", 6, nullptr, GET{return Text(g.GetAsUnsigned3());
-}
-}
-;
+}  // namespace
+};  // namespace KnxStack
 const Codec str = {"GetAsString14", 112, SET{g.SetAsString14(v);
 }
 , GET {
@@ -113,57 +108,43 @@ struct Row {
 const Row kRows[] = {
     {b1, "1", "01"},
     {u2, "3", "03"},
-    {u2, "7", "03", kEncode},
     {u4, "15", "0f"},
     {u4, "31", "0f", kEncode},
     {u8, "255", "ff"},
-    {ch, "252", "fc"},
     {s8, "-128", "80"},
     {u16, "65535", "ff ff"},
     {s16, "-32768", "80 00"},
     {u32, "4294967295", "ff ff ff ff"},
-    {u32, "305419896", "12 34 56 78"},
     {s32, "-1", "ff ff ff ff"},
     {s32, "-2147483648", "80 00 00 00"},
-    {s32, "2147483647", "7f ff ff ff"},
     {f32, "-2.5", "c0 20 00 00"},
     {b1, "0", "fe", kDecode},
     {u3short, "6", "2e", kDecode},
     {f16, "0", "00 00"},
     {f16, "0.01", "00 01"},
-    {f16, "-0.01", "87 ff"},
     {f16, "21.5", "0c 33"},
-    {f16, "-272.96", "a1 56"},
     {f16, "670433.28", "7f fe"},
     {f16, "-671088.64", "f8 00"},
     // Rounded half away from zero; clamped; NaN and 32767 are the invalid-data word, decoded arithmetically.
     {f16, "-0.005", "87 ff", kEncode},
     {f16, "670700", "7f fe", kEncode},
-    {f16, "-1e9", "f8 00", kEncode},
     {f16, "nan", "7f ff", kEncode},
-    {f16, "32767", "7f ff", kEncode},
     {f16, "670760.96", "7f ff", kDecode},
     {str,
      "Gr\xfc\xdf"
      "e",
      "47 72 fc df 65 00 00 00 00 00 00 00 00 00"},
-    {str,
-     "Gr\xfc\xdf"
-     "e",
-     "47 72 fc df 65 00 41 00 00 00 00 00 00 00", kDecode},
     {str, "ABCDEFGHIJKLMNOP", "41 42 43 44 45 46 47 48 49 4a 4b 4c 4d 4e", kEncode},
     {str, "ABCDEFGHIJKLMN", "41 42 43 44 45 46 47 48 49 4a 4b 4c 4d 4e"},
     // Dates: the year boundaries; reserved bits ignored; the year octet 100 is no KNX year.
     {date, "2089-12-31", "1f 0c 59"},
     {date, "1990-1-1", "01 01 5a"},
     {date, "2090-1-1", "01 01 5a", kEncode},
-    {date, "2023-2-28", "fc f2 97", kDecode},
     {date, "2100-1-1", "01 01 64", kDecode},
     {tod, "23:59:59 7", "f7 3b 3b"},
     {tod, "33:69:60 10", "41 05 3c", kEncode},  // masked to the widths
     {tod, "1:5:60 2 invalid", "41 05 3c", kDecode},
     {tod, "24:0:0 7 invalid", "f8 00 00", kDecode},
-    {tod, "0:60:0 0 invalid", "00 3c 00", kDecode},
 };
 
 TEST(KnxStackGroupValue, AccessorsUseTheStandardEncodingsAndRefuseShortBuffers) {
