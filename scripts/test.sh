@@ -30,53 +30,39 @@ if ((${#presets[@]} == 0)); then
   presets=(format tidy default asan tsan armhf package fuzz)
 fi
 
+# A step that is one command: its banner, then its result and time.
+step() {
+  local name=$1 title=$2 start result=passed
+  shift 2
+  echo "=== ${name}: ${title}"
+  start=$(date +%s)
+  if ! "$@"; then
+    result=FAILED
+    status=1
+  fi
+  summary+=("${name}: ${result}, $(($(date +%s) - start)) s")
+  echo "=== ${summary[-1]}"
+}
+# clang-tidy with .clang-tidy over the library's sources (the compile
+# commands of a configured, unbuilt tree).
+tidy() {
+  local sources
+  mapfile -t sources < <(git ls-files 'ZelObjectModel/*.cpp')
+  cmake --preset default -B build/tidy -DCMAKE_EXPORT_COMPILE_COMMANDS=ON >/dev/null &&
+    clang-tidy-14 --quiet -p build/tidy "${sources[@]}"
+}
+
 log_dir=$(mktemp -d)
 trap 'rm -rf "$log_dir"' EXIT
 summary=()
 status=0
 run_start=$(date +%s)
 for preset in "${presets[@]}"; do
-  if [[ $preset == format ]]; then
-    echo "=== format: clang-format check"
-    start=$(date +%s)
-    result=passed
-    if ! scripts/format.sh --check; then
-      result=FAILED
-      status=1
-    fi
-    line="format: ${result}, $(($(date +%s) - start)) s"
-    echo "=== ${line}"
-    summary+=("$line")
-    continue
-  fi
-  if [[ $preset == tidy ]]; then
-    echo "=== tidy: clang-tidy on the library"
-    start=$(date +%s)
-    result=passed
-    mapfile -t sources < <(git ls-files 'ZelObjectModel/*.cpp')
-    if ! cmake --preset default -B build/tidy -DCMAKE_EXPORT_COMPILE_COMMANDS=ON >/dev/null ||
-      ! clang-tidy-14 --quiet -p build/tidy "${sources[@]}"; then
-      result=FAILED
-      status=1
-    fi
-    line="tidy: ${result}, $(($(date +%s) - start)) s"
-    echo "=== ${line}"
-    summary+=("$line")
-    continue
-  fi
-  if [[ $preset == mutate ]]; then
-    echo "=== mutate: scripts/mutate.sh ${ZEL_MUTATE_COUNT:-20}"
-    start=$(date +%s)
-    result=passed
-    if ! scripts/mutate.sh "${ZEL_MUTATE_COUNT:-20}"; then
-      result=FAILED
-      status=1
-    fi
-    line="mutate: ${result}, $(($(date +%s) - start)) s"
-    echo "=== ${line}"
-    summary+=("$line")
-    continue
-  fi
+  case $preset in
+    format) step format "clang-format check" scripts/format.sh --check; continue ;;
+    tidy) step tidy "clang-tidy on the library" tidy; continue ;;
+    mutate) step mutate "scripts/mutate.sh ${ZEL_MUTATE_COUNT:-20}" scripts/mutate.sh "${ZEL_MUTATE_COUNT:-20}"; continue ;;
+  esac
   if [[ $preset == fuzz ]]; then
     seconds=${ZEL_FUZZ_SECONDS:-30}
     echo "=== fuzz: build, ${seconds} s per target"

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <functional>
 #include <iomanip>
 #include <sstream>
 
@@ -32,70 +33,55 @@ std::string Text(T value) {
 // One accessor pair with values written as text, so that every encoding shares one table. Dates
 // read "year-month-day", times of day "hour:minute:second weekday" (plus " invalid" when the
 // getter says false).
-using Setter = void (*)(GroupValue& g, const std::string& v);
-using Getter = std::string (*)(const GroupValue& g);
 struct Codec {
   const char* getter;
   std::uint32_t bits;
-  Setter set;
-  Getter get;
+  std::function<void(GroupValue& g, const std::string& v)> set;  // empty: decoded only
+  std::function<std::string(const GroupValue& g)> get;
 };
-#define SET [](GroupValue & g, const std::string& v)
-#define GET [](const GroupValue& g)
-#define NUMBER(Name, T, bits)                      \
-  Codec {                                          \
-    "GetAs" #Name, bits,                           \
-        SET {                                      \
-      g.SetAs##Name(static_cast<T>(std::stod(v))); \
-    }                                              \
-    , GET {                                        \
-      return Text(g.GetAs##Name());                \
-    }                                              \
-  }
-const Codec b1 = NUMBER(Boolean, bool, 1), u2 = NUMBER(Unsigned2, std::uint8_t, 2),
-            u4 = NUMBER(Unsigned4, std::uint8_t, 4), u8 = NUMBER(Unsigned8, std::uint8_t, 8),
-            s8 = NUMBER(Signed8, std::int8_t, 8), u16 = NUMBER(Unsigned16, std::uint16_t, 16),
-            s16 = NUMBER(Signed16, std::int16_t, 16), u32 = NUMBER(Unsigned32, std::uint32_t, 32),
-            s32 = NUMBER(Signed32, std::int32_t, 32), f16 = NUMBER(Float16, double, 16),
-            f32 = NUMBER(Float32, float, 32);
+template <class T, class R>
+Codec Number(const char* getter, std::uint32_t bits, void (GroupValue::*set)(T), R (GroupValue::*get)() const) {
+  return {getter, bits, [set](GroupValue& g, const std::string& v) { (g.*set)(static_cast<T>(std::stod(v))); },
+          [get](const GroupValue& g) { return Text((g.*get)()); }};
+}
+const Codec b1 = Number("GetAsBoolean", 1, &GroupValue::SetAsBoolean, &GroupValue::GetAsBoolean),
+            u2 = Number("GetAsUnsigned2", 2, &GroupValue::SetAsUnsigned2, &GroupValue::GetAsUnsigned2),
+            u4 = Number("GetAsUnsigned4", 4, &GroupValue::SetAsUnsigned4, &GroupValue::GetAsUnsigned4),
+            u8 = Number("GetAsUnsigned8", 8, &GroupValue::SetAsUnsigned8, &GroupValue::GetAsUnsigned8),
+            s8 = Number("GetAsSigned8", 8, &GroupValue::SetAsSigned8, &GroupValue::GetAsSigned8),
+            u16 = Number("GetAsUnsigned16", 16, &GroupValue::SetAsUnsigned16, &GroupValue::GetAsUnsigned16),
+            s16 = Number("GetAsSigned16", 16, &GroupValue::SetAsSigned16, &GroupValue::GetAsSigned16),
+            u32 = Number("GetAsUnsigned32", 32, &GroupValue::SetAsUnsigned32, &GroupValue::GetAsUnsigned32),
+            s32 = Number("GetAsSigned32", 32, &GroupValue::SetAsSigned32, &GroupValue::GetAsSigned32),
+            f16 = Number("GetAsFloat16", 16, &GroupValue::SetAsFloat16, &GroupValue::GetAsFloat16),
+            f32 = Number("GetAsFloat32", 32, &GroupValue::SetAsFloat32, &GroupValue::GetAsFloat32);
 // The 6-bit short form of sub-byte values; their getters read the low bits whatever the size.
-const Codec u3short = {"GetAsUnsigned3", 6, nullptr, GET{return Text(g.GetAsUnsigned3());
-}  // namespace
-};  // namespace KnxStack
-const Codec str = {"GetAsString14", 112, SET{g.SetAsString14(v);
-}
-, GET {
-  return g.GetAsString14();
-}
-}
-;
+const Codec u3short = {"GetAsUnsigned3", 6, nullptr, [](const GroupValue& g) { return Text(g.GetAsUnsigned3()); }};
+const Codec str = {"GetAsString14", 112, [](GroupValue& g, const std::string& v) { g.SetAsString14(v); },
+                   [](const GroupValue& g) { return g.GetAsString14(); }};
 const Codec date = {"GetAsDate", 24,
-                    SET{int y = 0, m = 0, d = 0;
-std::sscanf(v.c_str(), "%d-%d-%d", &y, &m, &d);
-g.SetAsDate(d, m, y);
-}
-,
-    GET {
-  int y = -1, m = -1, d = -1;
-  g.GetAsDate(&d, &m, &y);
-  return Text(y) + "-" + Text(m) + "-" + Text(d);
-}
-}
-;
+                    [](GroupValue& g, const std::string& v) {
+                      int y = 0, m = 0, d = 0;
+                      std::sscanf(v.c_str(), "%d-%d-%d", &y, &m, &d);
+                      g.SetAsDate(d, m, y);
+                    },
+                    [](const GroupValue& g) {
+                      int y = -1, m = -1, d = -1;
+                      g.GetAsDate(&d, &m, &y);
+                      return Text(y) + "-" + Text(m) + "-" + Text(d);
+                    }};
 const Codec tod = {"GetAsTimeOfDay", 24,
-                   SET{int h = 0, m = 0, s = 0, d = 0;
-std::sscanf(v.c_str(), "%d:%d:%d %d", &h, &m, &s, &d);
-g.SetAsTimeOfDay(h, m, s, static_cast<GroupValue::DayOfWeek>(d));
-}
-,
-    GET {
-  int h = -1, m = -1, s = -1;
-  GroupValue::DayOfWeek d = GroupValue::Monday;
-  const bool valid = g.GetAsTimeOfDay(&h, &m, &s, &d);
-  return Text(h) + ":" + Text(m) + ":" + Text(s) + " " + Text(d) + (valid ? "" : " invalid");
-}
-}
-;
+                   [](GroupValue& g, const std::string& v) {
+                     int h = 0, m = 0, s = 0, d = 0;
+                     std::sscanf(v.c_str(), "%d:%d:%d %d", &h, &m, &s, &d);
+                     g.SetAsTimeOfDay(h, m, s, static_cast<GroupValue::DayOfWeek>(d));
+                   },
+                   [](const GroupValue& g) {
+                     int h = -1, m = -1, s = -1;
+                     GroupValue::DayOfWeek d = GroupValue::Monday;
+                     const bool valid = g.GetAsTimeOfDay(&h, &m, &s, &d);
+                     return Text(h) + ":" + Text(m) + ":" + Text(s) + " " + Text(d) + (valid ? "" : " invalid");
+                   }};
 
 enum Way { kBoth,
            kEncode,
