@@ -227,6 +227,7 @@ TEST(Converters, RefuseWithExactlyOneEntry) {
       {"8.x float", KnxConverterInteger16BitSigned(IntegerRange(-32768, 32767, -32768, 32767)), Dpt(9, 1), Real(1), {}, "Wrong DPT main number (8.x) or tav value type (ivtInteger)!"},
       {"8.x decoded as main 7", KnxConverterInteger16BitSigned(IntegerRange(-32768, 32767, -32768, 32767)), Dpt(7, 1), TAVVALUE(), {0, 1}, "Wrong DPT main number (8.x)!"},
       {"12.x integer on main 12", KnxConverterInteger32BitUnsigned(LongIntegerRange(0, 4294967295, 0, 4294967295)), Dpt(12, 1), Bits(ivtInteger, 1), {}, "Wrong tav value type (ivtDWord)!"},
+      {"232.x four octets received", KnxConverterInteger24BitUnsigned(LongIntegerRange(0, 16777215, 0, 16777215)), Dpt(232, 600), TAVVALUE(), {1, 0, 0, 0}, "The internal value of DPT=232.600, ivt=1 is out of range: 16777216"},
       {"13.x float", KnxConverterInteger32BitSigned(IntegerRange(INT32_MIN, INT32_MAX, INT32_MIN, INT32_MAX)), Dpt(9, 1), Real(1), {}, "Wrong DPT main number (13.x) or tav value type (ivtInteger)!"},
       {"13.x decoded as main 12", KnxConverterInteger32BitSigned(IntegerRange(INT32_MIN, INT32_MAX, INT32_MIN, INT32_MAX)), Dpt(12, 1), TAVVALUE(), {0, 0, 0, 1}, "Wrong DPT main number (13.x)!"},
       {"9.004 NaN sent", KnxConverterFloat16BitFloat(FloatRange(0.0, 670760.0, 0.0, 670760.0)), Dpt(9, 4), Real(NAN), {}, "The internal value of DPT=9.4, f=nan is out of the allowed range."},
@@ -289,7 +290,9 @@ TEST(Converters, DeliberateQuirksAreKept) {
     EXPECT_TRUE(fallback.ToKnxValue(dpt, Text(std::string(30, 'x')), group));
     EXPECT_EQ(group.GetRawData().GetLength(), 24u);
   }
-  EXPECT_EQ(OctetsOf(Encode(fallback, Dpt(5, 1), Real(100.0, ivtPercent)).second), Octets{100});
+  for (const TavValueType percentLike : {ivtPercent, ivtDimming}) {  // one octet, whatever the size
+    EXPECT_EQ(OctetsOf(Encode(fallback, Dpt(9, 1, 16), Real(100.4, percentLike)).second), Octets{100});
+  }
 
   // Through the table 2.x decodes only: its row carries the boolean type,
   // which its converter refuses to encode.
