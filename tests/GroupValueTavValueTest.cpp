@@ -50,6 +50,7 @@ TEST(TavValueToGroupValue, EncodesEachMainNumber) {
       {"17.001", Code(17, 1), Bits(ivtByte, 63), {0x3F}, 8, ""},
       {"18.001 learn bit", Code(18, 1), Bits(ivtByte, 0x85), {0x85}, 8, ""},
       {"19.001", Code(19, 1), Time(ivtDateTime, 2023, 2, 28, 13, 45, 7, 0), {123, 2, 28, 0x4D, 45, 7, 0x20, 0}, 64, ""},
+      {"19.001 23:59:61 carries into Wednesday", Code(19, 1), Time(ivtDateTime, 2023, 2, 28, 23, 59, 61, 0), {123, 3, 1, 0x60, 0, 1, 0x20, 0}, 64, ""},
       {"19.001 no date", Code(19, 1), Time(ivtDateTime, 0, 0, 0, 13, 45, 7, 0), {70, 1, 1, 0, 0, 0, 0x24, 0}, 64, ""},
       {"19.001 day 31 of April", Code(19, 1), Time(ivtDateTime, 2023, 4, 31, 1, 2, 3, 0), {70, 1, 1, 0, 0, 0, 0x24, 0}, 64, ""},
       {"232.600", Code(232, 600), Bits(ivtDWord, 0x00123456), {0x12, 0x34, 0x56}, 24, ""},

@@ -113,6 +113,7 @@ TEST(KnxValueConverter, CompatibilityIsDeliberatelyOneSided) {
       {ivtDateTime, ivtDate, true},
       {ivtDate, ivtDateTime, false},
       {ivtTimestamp, ivtTimeUtc, true},
+      {ivtDateTimeUtc, ivtTimestamp, true},
       {ivtTime, ivtDateTime, false},
       {ivtTimeUtc, ivtTime, true},
       {ivtDateUtc, ivtTime, false},
