@@ -152,15 +152,6 @@ boost::optional<BusLine> ParseBusMonitorLine(const std::string& line, std::strin
 
 }  // namespace
 
-const char* ApciName(Apci apci) {
-  switch (apci) {
-    case Apci::Write: return "write";
-    case Apci::Response: return "response";
-    case Apci::Read: return "read";
-  }
-  return "?";
-}
-
 boost::optional<BusLine> ParseBusLine(const std::string& text, std::string& error) {
   const std::string line = Trim(text);
   if (line.empty()) {

@@ -11,6 +11,8 @@
 //                  ("(small)" before the data marks the 6-bit short form)
 #pragma once
 
+#include "Telegram.h"
+
 #include "Zel/KnxDpt.h"
 
 #include <boost/optional.hpp>
@@ -20,10 +22,6 @@
 #include <vector>
 
 namespace Zelknx {
-
-enum class Apci { Write, Response, Read };
-
-const char* ApciName(Apci apci);  // "write", "response", "read"
 
 struct BusLine {
   boost::optional<Zel::KNXDPT> dpt;  // given on the line

@@ -11,9 +11,6 @@
 #include "ZelLog/Logging.h"
 
 #include <boost/core/demangle.hpp>
-#include <log4cplus/appender.h>
-#include <log4cplus/loglevel.h>
-#include <log4cplus/spi/loggingevent.h>
 
 #include <iomanip>
 #include <iostream>
@@ -22,30 +19,6 @@
 
 namespace Zelknx {
 namespace {
-
-// Remembers the text of the last ERROR or FATAL entry of the library, without
-// the line prefix ("Function [Source:Line] - ").
-class LastErrorAppender final : public log4cplus::Appender {
- public:
-  ~LastErrorAppender() override { destructorImpl(); }
-  void close() override { closed = true; }
-  void Reset() { m_last.clear(); }
-  const std::string& Last() const { return m_last; }
-
- protected:
-  void append(const log4cplus::spi::InternalLoggingEvent& event) override {
-    if (event.getLogLevel() >= log4cplus::ERROR_LOG_LEVEL) {
-      const std::string& message = event.getMessage();
-      const auto separator = message.find(" - ");
-      m_last = separator == std::string::npos ? message : message.substr(separator + 3);
-    }
-  }
-
- private:
-  std::string m_last;
-};
-
-LastErrorAppender* g_lastError = nullptr;
 
 std::string Join(const std::vector<std::string>& parts, std::size_t from, const char* separator) {
   std::string text;
@@ -135,7 +108,7 @@ bool DecodeLine(const Session& session, std::size_t number, const std::string& l
           (session.groups ? " in " + options.gaCsv : " (give the ETS export with --ga-csv)")};
     } else {
       ResetLastError();
-      const TAVVALUE value = DecodeOctets(options, *dpt, bus->octets, bus->shortForm);
+      const TAVVALUE value = DecodeOctets(options.table, *dpt, bus->octets, bus->shortForm);
       text += AddValue(json, *dpt, value);
     }
   } catch (const UsageError& failure) {
@@ -417,7 +390,7 @@ int Config(const Session& session) {
   } catch (const std::exception& error) {
     throw Refusal{error.what()};
   }
-  if (!g_lastError->Last().empty())
+  if (!LastError().empty())
     Refuse("");
   Json json;
   json["file"] = file;
@@ -441,21 +414,6 @@ int Config(const Session& session) {
   }
   Print(options, json, text);
   return 0;
-}
-
-void InstallLastErrorLog() {
-  log4cplus::SharedAppenderPtr appender(new LastErrorAppender());
-  g_lastError = static_cast<LastErrorAppender*>(appender.get());
-  Zel::GetGlobalDefaultLogger().addAppender(appender);
-}
-
-void ResetLastError() {
-  g_lastError->Reset();
-}
-
-void Refuse(const std::string& fallback) {
-  const std::string& last = g_lastError->Last();
-  throw Refusal{last.empty() ? fallback : last, !last.empty()};
 }
 
 void Print(const Options& options, const Json& json, const std::string& text) {
@@ -488,51 +446,6 @@ Zel::KNXDPT ReadDpt(const Session& session, const std::string& text) {
         "group address with --ga-csv)"};
   }
   return *dpt;
-}
-
-TAVVALUE DecodeOctets(const Options& options, const Zel::KNXDPT& dpt,
-                      const std::vector<std::uint8_t>& octets, bool shortForm,
-                      const boost::optional<unsigned long>& bits) {
-  unsigned long size = 8 * static_cast<unsigned long>(octets.size());
-  if (bits) {
-    size = *bits;
-  } else if (octets.size() == 1) {
-    const std::int32_t expected = Zel::KnxValueConverter::GetExpectedBitSize(dpt.mainNumber);
-    if (shortForm || (expected >= 1 && expected <= 6))
-      size = 6;
-  }
-  const KnxStack::GroupValue group(KnxStack::BinaryData(octets.data(), octets.size()),
-                                   static_cast<std::uint32_t>(size));
-  TAVVALUE value;
-  if (options.table) {
-    Zel::KnxValueConverter converter;
-    converter.Init();
-    Zel::KNXDPT resolved = dpt;
-    if (!converter.FromKnxValue(resolved, group, value))
-      Refuse(Silent(dpt));
-    return value;
-  }
-  boost::optional<TAVVALUE> result;
-  try {
-    result = Zel::GroupValueToTavValue(group, DptCode(dpt));
-  } catch (const std::exception& error) {
-    throw Refusal{error.what()};
-  }
-  if (!result)
-    Refuse(Silent(dpt));
-  return *result;
-}
-
-std::string AddValue(Json& json, const Zel::KNXDPT& dpt, const TAVVALUE& value) {
-  const DptNameEntry* names = FindDptName(dpt);
-  const char* unit = ValueUnit(dpt);
-  json["dpt"] = DptName(dpt);
-  json["type"] = TAVVALUE::GetNameFromValueType(value.ivt);
-  json["value"] = JsonValue(value);
-  json["name"] = NameOrNull(names != nullptr ? names->name : nullptr);
-  json["unit"] = NameOrNull(unit);
-  const bool noValue = value.ivt == ivtNone || value.ivt == ivtEmpty;
-  return FormatValue(value) + (unit != nullptr && !noValue ? std::string(" ") + unit : "");
 }
 
 int Encode(const Session& session) {
@@ -587,7 +500,7 @@ int Decode(const Session& session) {
     if (!bits)
       throw UsageError{"bad bit size '" + options.bits + "'"};
   }
-  const TAVVALUE value = DecodeOctets(options, dpt, octets, false, bits);
+  const TAVVALUE value = DecodeOctets(options.table, dpt, octets, false, bits);
   Json json;
   const std::string text = AddValue(json, dpt, value);
   Print(options, json, text);

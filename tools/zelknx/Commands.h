@@ -6,6 +6,7 @@
 
 #include "BusLine.h"
 #include "GroupAddress.h"
+#include "Telegram.h"
 #include "ValueText.h"
 
 #include "BasePlatform/TavValue.h"
@@ -21,16 +22,9 @@
 
 namespace Zelknx {
 
-using Json = nlohmann::ordered_json;
-
 // Exit status 2: the command line (or a file it names) is wrong.
 struct UsageError {
   std::string message;
-};
-// Exit status 1: the library refused.
-struct Refusal {
-  std::string message;
-  bool logged = false;  // the library's log line on stderr already says it
 };
 // Exit status 1: knxd is out of reach or went away.
 struct Unreachable {
@@ -53,31 +47,12 @@ struct Session {
   boost::optional<GroupAddressTable> groups;  // loaded from options.gaCsv
 };
 
-// Collects the text of the library's last ERROR or FATAL entry, which a
-// refusal reports. Installed once by main.
-void InstallLastErrorLog();
-void ResetLastError();
-// Throws the refusal with the library's last error text, else `fallback`.
-[[noreturn]] void Refuse(const std::string& fallback);
-
 // One result: JSON on one line with --json, else `text`.
 void Print(const Options& options, const Json& json, const std::string& text);
 
 // A DPT in any spelling, a numeric code with --code, or a group address of
 // the --ga-csv list.
 Zel::KNXDPT ReadDpt(const Session& session, const std::string& text);
-
-// The group value of `octets`: `bits` when given, the 6-bit short form
-// when `shortForm` or when one octet belongs to a DPT of at most 6 bits,
-// else 8 bits per octet. The value the library decodes from it; throws
-// Refusal.
-TAVVALUE DecodeOctets(const Options& options, const Zel::KNXDPT& dpt,
-                      const std::vector<std::uint8_t>& octets, bool shortForm,
-                      const boost::optional<unsigned long>& bits = boost::none);
-
-// "dpt", "type", "value", "name", "unit" of a decoded value into `json`;
-// the value with its unit as text.
-std::string AddValue(Json& json, const Zel::KNXDPT& dpt, const TAVVALUE& value);
 
 // The commands; each returns its exit status or throws.
 int Encode(const Session& session);

@@ -122,7 +122,7 @@ int main(int argc, char** argv) {
       {"config", "loads the app host configuration and prints every option",
        std::string("zelknx config [FILE]\nDefault FILE: ") + Zel::kAppHostConfigFilePath,
        Zelknx::Config},
-#ifdef ZELKNX_WITH_MONITOR
+#ifdef ZELKNX_WITH_KNXD
       {"monitor", "prints every group telegram that knxd sees",
        "zelknx monitor [--url URL] [--ga-csv FILE] [--count N] [--table]\n"
        "One line per telegram: time, source, group address, its name and DPT from --ga-csv, and\n"
