@@ -138,7 +138,8 @@ def sites(path):
                 else:
                     new = table[old]
                 yield (path, number, m.start(), old, new)
-        if STATEMENT.match(code) and code.count("(") == code.count(")"):
+        if (STATEMENT.match(code) and code.count("(") == code.count(")")
+                and not re.search(r"=\s*(?:delete|default)\s*;", code)):
             yield (path, number, 0, lines[number - 1], "")
 
 if sys.argv[1] == "sites":

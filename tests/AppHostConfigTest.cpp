@@ -143,6 +143,7 @@ TEST(AppHostConfig, NestingIsBoundedBeforeTheParserSeesIt) {
       {"257 levels", Nested(257), false},
       {"257 levels, the last empty", Nested(256, "<b/>"), false},
       {"257 levels, attribute values holding />", "<ZelAppHostConfig WithoutKNX='1'>" + Repeat("<a x='/>'>", 128) + Repeat("<a\nx='/>'>", 128) + Repeat("</a>", 256) + "</ZelAppHostConfig>", false},
+      {"257 levels after a DOCTYPE with markup in its brackets", "<?xml version='1.0'?><!DOCTYPE d [<!ELEMENT a ANY>]>" + Nested(257), false},
       {"257 levels, not closed", Nested(257).substr(0, Nested(257).find("</a>")), false},
       {"a comment does not hide what follows it", Nested(256, "<!-- -->" + repeated), false},
       {"100000 levels", Nested(100000), false},  // overflowed the stack before the bound

@@ -321,6 +321,7 @@ TEST(Converters, DeliberateQuirksAreKept) {
   EXPECT_FALSE(refused.first);
   EXPECT_EQ(OctetsOf(refused.second), Octets{0x03});
   EXPECT_TRUE(Encode(KnxConverterStatus8Bit(status), Dpt(1, 1), Bits(ivtByte, 0x04)).first);
+  EXPECT_TRUE(KnxConverterStatus8Bit(status).FromKnxValue(Dpt(5, 20), Group({0x04}, 8), decoded));  // main 6 or sub 20
   // Low octet / low 16 bits, no range test.
   EXPECT_EQ(OctetsOf(Encode(KnxConverterInteger8BitSigned(status), Dpt(6, 10), Bits(ivtInteger, 300)).second), Octets{44});
   EXPECT_EQ(OctetsOf(Encode(KnxConverterInteger16BitUnsigned(status), Dpt(7, 1), Bits(ivtInteger, 70000)).second),
@@ -372,6 +373,7 @@ TEST(Converters, DeliberateQuirksAreKept) {
   EXPECT_TRUE(log.Equals({Warn("Invalid characters for DPT 16.0 has been replaced with _.")}));
   decoded = TAVVALUE();
   EXPECT_TRUE(KnxConverter8BitString(IntegerRange(0, 127, 0, 127)).FromKnxValue(Dpt(4, 1), Group({0}, 8), decoded));
+  EXPECT_EQ(decoded.ivt, ivtString);
   EXPECT_EQ(decoded.GetString(), "");
   EXPECT_EQ(OctetsOf(Encode(KnxConverter8BitString(IntegerRange(0, 127, 0, 127)), Dpt(4, 1), Text("")).second), Octets{0});
 }
