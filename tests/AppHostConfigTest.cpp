@@ -139,6 +139,7 @@ TEST(AppHostConfig, NestingIsBoundedBeforeTheParserSeesIt) {
       {"processing instruction", "<?pi " + repeated + "?>" + Nested(2), true},
       {"attribute values", Nested(2, "<b x='" + repeated + "' y=\"" + repeated + "\"/>"), true},
       {"DOCTYPE", "<!DOCTYPE d ] [" + repeated + "[<!-- ]]>" + Nested(2), true},
+      {"DOCTYPE ending in <>", "<!DOCTYPE x<>" + Nested(256), true},
       {"unknown declaration", Nested(2, "<!x <a>>"), true},
       {"257 levels", Nested(257), false},
       {"257 levels, the last empty", Nested(256, "<b/>"), false},

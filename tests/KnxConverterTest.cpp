@@ -155,6 +155,7 @@ TEST_F(TableTest, RangeEdges) {
       {"6.020 mode 4", Dpt(6, 20), Bits(ivtByte, 0x04), true},
       {"6.020 mode 0", Dpt(6, 20), Bits(ivtByte, 0xF0), false},
       {"6.020 mode 3", Dpt(6, 20), Bits(ivtByte, 0x03), false},
+      {"21.001 0", Dpt(21, 1), Bits(ivtByte, 0), true},
       {"12.001 0", Dpt(12, 1), Bits(ivtDWord, 0), true},
       {"12.001 max", Dpt(12, 1), Bits(ivtDWord, 0xFFFFFFFF), true},
       {"232.600 max", Dpt(232, 600), Bits(ivtDWord, 0xFFFFFF), true},
