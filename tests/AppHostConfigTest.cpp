@@ -137,6 +137,7 @@ TEST(AppHostConfig, NestingIsBoundedBeforeTheParserSeesIt) {
       {"comment", Nested(2, "<!--" + repeated + "-->"), true},
       {"CDATA", Nested(2, "<![CDATA[" + repeated + "]]>"), true},
       {"processing instruction", "<?pi " + repeated + "?>" + Nested(2), true},
+      {"processing instruction without a target", "<?>" + repeated + "?>" + Nested(2), true},
       {"attribute values", Nested(2, "<b x='" + repeated + "' y=\"" + repeated + "\"/>"), true},
       {"DOCTYPE", "<!DOCTYPE d ] [" + repeated + "[<!-- ]]>" + Nested(2), true},
       {"DOCTYPE ending in <>", "<!DOCTYPE x<>" + Nested(256), true},
