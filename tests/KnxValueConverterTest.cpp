@@ -189,7 +189,7 @@ TEST(KnxValueConverter, DefaultDptForSize) {
 }
 
 TEST(KnxValueConverter, ExpectedBitSizes) {
-  const std::pair<int, std::int32_t> cases[] = {{0, 0}, {1, 1}, {16, 112}, {24, KnxValueConverter::kAnySize}, {31, 3}, {32, 0}, {199, 0}, {200, 9}, {208, 0}, {232, 24}, {233, 0}, {241, 32}, {242, 0}, {65535, 0}};
+  const std::pair<int, std::int32_t> cases[] = {{0, 0}, {1, 1}, {16, 112}, {24, KnxValueConverter::kAnySize}, {31, 3}, {32, 0}, {199, 0}, {200, 9}, {208, 0}, {218, 40}, {232, 24}, {233, 0}, {241, 32}, {242, 0}, {65535, 0}};
   for (const auto& c : cases) {
     EXPECT_EQ(KnxValueConverter::GetExpectedBitSize(static_cast<std::uint16_t>(c.first)), c.second) << c.first;
   }
