@@ -3,10 +3,10 @@
 # and Include/Zel/ the test suite catches.
 #   scripts/mutate.sh [N] [SEED] [FILES...]
 # copies the tracked tree to build/mutate/tree (unchanged files keep their
-# times, so a second run rebuilds only what changed), builds it once
-# (-O1, no debug information), then samples N mutants (default 20) with SEED (default 1)
-# from FILES (default: the library's sources and headers). Each mutant
-# changes one site:
+# times, so a second run rebuilds only what changed), builds it once (-O1,
+# no debug information), then samples N mutants (default 20) with SEED
+# (default 1) from FILES (default: the library's sources and headers). Each
+# mutant changes one site:
 #   relational  < <= > >=        equality  == !=        logical  && ||
 #   arithmetic  + - * / % += -=  literal   true false, integers up to 255
 #   negation    a removed !      statement a deleted one-line expression
@@ -15,9 +15,10 @@
 # mutant is rebuilt (ninja rebuilds what it touches), then the library's
 # test programs run fastest first, each through
 # `ctest --stop-on-failure --timeout T` (ZEL_MUTATE_TIMEOUT, default 30 s).
-# Left out: the platform stand-ins' tests and the zelknx tool's tests
-# (those that start knxd), which do not test the library's own code, and
-# the ABI check. Prints killed, survived (each as `file:line old ==> new`)
+# Left out: the platform stand-ins' tests, the zelknx tool's tests (the
+# monitor's starts knxd), the installed-package test and the ABI check,
+# which do not test the library's own code. The working tree may change
+# meanwhile: each mutated file is restored from the copy. Prints killed, survived (each as `file:line old ==> new`)
 # and did-not-compile, and the score: killed / compiled mutants.
 set -euo pipefail
 if [[ ${1:-} == -h || ${1:-} == --help ]]; then
@@ -165,10 +166,11 @@ echo "mutate: ${#sample[@]} of ${#all[@]} sites, seed $seed, ${#programs[@]} tes
 killed=0 survived=0 broken=0 survivors=()
 start=$(date +%s)
 mutated=""
-trap '[[ -z $mutated ]] || cp "$root/$mutated" "$tree/$mutated"' EXIT
+trap '[[ -z $mutated ]] || cp "$build/unmutated" "$tree/$mutated"' EXIT
 for site in "${sample[@]}"; do
   IFS=$'\t' read -r file line _ old new <<<"$site"
-  label="$file:$line ${old#"${old%%[! ]*}"} ==> ${new:-(deleted)}"
+  label="$file:$line ${old#"${old%%[! ]*}"} ==> ${new:-(removed)}"
+  cp "$tree/$file" "$build/unmutated"
   mutated=$file
   mutator apply "$tree" "$site"
   if ! build_mutant; then
@@ -179,7 +181,7 @@ for site in "${sample[@]}"; do
   else
     killed=$((killed + 1)) verdict=killed
   fi
-  cp "$root/$file" "$tree/$file"
+  cp "$build/unmutated" "$tree/$file"
   mutated=""
   echo "  $verdict: $label"
 done
