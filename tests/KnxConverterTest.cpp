@@ -323,6 +323,9 @@ TEST(Converters, DeliberateQuirksAreKept) {
   EXPECT_EQ(OctetsOf(refused.second), Octets{0x03});
   EXPECT_TRUE(Encode(KnxConverterStatus8Bit(status), Dpt(1, 1), Bits(ivtByte, 0x04)).first);
   EXPECT_TRUE(KnxConverterStatus8Bit(status).FromKnxValue(Dpt(5, 20), Group({0x04}, 8), decoded));  // main 6 or sub 20
+  decoded = TAVVALUE();                                                                             // 7.x decoding sets the word type itself
+  EXPECT_TRUE(KnxConverterInteger16BitUnsigned(status).FromKnxValue(Dpt(7, 1), Group({0x12, 0x34}, 16), decoded));
+  EXPECT_EQ(decoded.ivt, ivtWord);
   // Low octet / low 16 bits, no range test.
   EXPECT_EQ(OctetsOf(Encode(KnxConverterInteger8BitSigned(status), Dpt(6, 10), Bits(ivtInteger, 300)).second), Octets{44});
   EXPECT_EQ(OctetsOf(Encode(KnxConverterInteger16BitUnsigned(status), Dpt(7, 1), Bits(ivtInteger, 70000)).second),
@@ -345,7 +348,9 @@ TEST(Converters, DeliberateQuirksAreKept) {
 
   // 14.x: NaN is "no value"; no range test when encoding.
   KnxConverterFloat32BitFloat f32(FloatRange(-FLT_MAX, FLT_MAX, -FLT_MAX, FLT_MAX));
-  EXPECT_EQ(OctetsOf(Encode(f32, Dpt(14, 0), Typed(ivtNone)).second), (Octets{0x7F, 0xC0, 0, 0}));
+  const auto noValue = Encode(f32, Dpt(14, 0), Typed(ivtNone));
+  EXPECT_TRUE(noValue.first);
+  EXPECT_EQ(OctetsOf(noValue.second), (Octets{0x7F, 0xC0, 0, 0}));
   EXPECT_EQ(OctetsOf(Encode(f32, Dpt(14, 0), Real(1.0e39)).second), (Octets{0x7F, 0x80, 0, 0}));
   EXPECT_EQ(OctetsOf(Encode(f32, Dpt(14, 0), Real(-3.4028235e38)).second), (Octets{0xFF, 0x7F, 0xFF, 0xFF}));
   EXPECT_TRUE(f32.FromKnxValue(Dpt(14, 0), Group({0x7F, 0xC0, 0, 0}, 32), decoded));
@@ -356,6 +361,7 @@ TEST(Converters, DeliberateQuirksAreKept) {
   EXPECT_FALSE(KnxConverterSceneNumber(IntegerRange(0, 63, 0, 63)).FromKnxValue(Dpt(17, 1), Group({70}, 8), decoded));
   EXPECT_EQ(decoded.GetInteger(), 70);
   EXPECT_EQ(decoded.ivt, ivtInteger);
+  EXPECT_TRUE(KnxConverterSceneNumber(IntegerRange(0, 63, 0, 63)).FromKnxValue(Dpt(5, 1), Group({5}, 8), decoded));  // main 17 or sub 1
   EXPECT_EQ(OctetsOf(Encode(KnxConverterSceneControl(status), Dpt(18, 1), Bits(ivtByte, 0x85)).second), Octets{0x85});
 
   // 11.x: any one of main 11, sub 1 or the date type is enough.

@@ -15,18 +15,19 @@ namespace {
 
 using namespace Tests;
 
-// A converter that counts its live instances and can throw from the stack.
+// A converter that counts its live instances, can throw from the stack and
+// can clone to nothing (a broken row).
 std::atomic<int> g_liveProbes{0};
 class ProbeConverter final : public KnxConverter {
  public:
-  explicit ProbeConverter(bool throws = false)
-      : m_throws(throws) { ++g_liveProbes; }
+  explicit ProbeConverter(bool throws = false, bool clones = true)
+      : m_throws(throws), m_clones(clones) { ++g_liveProbes; }
   ProbeConverter(const ProbeConverter& other)
-      : KnxConverter(other), m_throws(other.m_throws) {
+      : KnxConverter(other), m_throws(other.m_throws), m_clones(other.m_clones) {
     ++g_liveProbes;
   }
   ~ProbeConverter() override { --g_liveProbes; }
-  KnxConverter* Clone() const override { return new ProbeConverter(*this); }
+  KnxConverter* Clone() const override { return m_clones ? new ProbeConverter(*this) : nullptr; }
   bool ToKnxValue(const KNXDPT&, const TAVVALUE&, KnxStack::GroupValue&) override {
     if (m_throws)
       throw KnxStack::GroupValueException("probe");
@@ -40,6 +41,7 @@ class ProbeConverter final : public KnxConverter {
 
  private:
   bool m_throws;
+  bool m_clones;
 };
 
 TEST(DptValueMap, FirstRegistrationWinsAndDuplicatesCountAsSuccess) {
@@ -308,6 +310,18 @@ TEST(KnxValueConverterExceptions, EncodingAnswersTrueDecodingFalse) {
   EXPECT_FALSE(converter.FromKnxValue(dpt, group, value));
   EXPECT_TRUE(log.Equals({Error("Exception caught during conversion of TAVVALUE to GroupValue: probe"),
                           Error("Exception caught during conversion of GroupValue: probe")}));
+}
+
+TEST(KnxValueConverter, RowWithoutConverterRefusesBothWays) {
+  KnxValueConverter converter;
+  converter.AddDptValueMapEntry(9, 0, 16, ivtFloat, TavDP::vstGeneric, ProbeConverter(false, false));
+  LogCapture log;
+  KNXDPT dpt = Dpt(9, 1);
+  KnxStack::GroupValue group = Group({0, 0}, 16);
+  EXPECT_FALSE(converter.ToKnxValue(dpt, Typed(ivtFloat), group));
+  TAVVALUE value;
+  EXPECT_FALSE(converter.FromKnxValue(dpt, group, value));
+  EXPECT_TRUE(log.Equals({Error("NULL pointer as KnxConverter for DPT = 9.1"), Error("NULL pointer as KnxConverter for DPT = 9.1")}));
 }
 
 TEST(KnxValueConverterExceptions, ShortGroupValueIsCaughtWhenDecoding) {
