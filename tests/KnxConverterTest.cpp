@@ -156,6 +156,8 @@ TEST_F(TableTest, RangeEdges) {
       {"6.020 mode 0", Dpt(6, 20), Bits(ivtByte, 0xF0), false},
       {"6.020 mode 3", Dpt(6, 20), Bits(ivtByte, 0x03), false},
       {"21.001 0", Dpt(21, 1), Bits(ivtByte, 0), true},
+      {"11.001 1990-01-01", Dpt(11, 1), Time(ivtDate, 1990, 1, 1, 0, 0, 0, 0), true},
+      {"11.001 2089-12-31", Dpt(11, 1), Time(ivtDate, 2089, 12, 31, 0, 0, 0, 0), true},
       {"12.001 0", Dpt(12, 1), Bits(ivtDWord, 0), true},
       {"12.001 max", Dpt(12, 1), Bits(ivtDWord, 0xFFFFFFFF), true},
       {"232.600 max", Dpt(232, 600), Bits(ivtDWord, 0xFFFFFF), true},
