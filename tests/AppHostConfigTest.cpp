@@ -113,9 +113,10 @@ TEST(AppHostConfig, FileFailuresAreLoggedAndKeepEarlierValues) {
   for (const std::string& bad : {std::string("ZelAppHostConfig"), std::string("<ZelAppHostConfig WithoutKNX='0'>"), std::string("<ZelAppHostConfig WithoutKNX=0/>"), std::string("<ZelAppHostConfig WithoutKNX='1'?>"), Nested(100000)})  // the last 700 KB
     config.LoadConfigurationFile(WriteFile(bad, "bad.xml"));
   config.LoadConfigurationFile(TempPath("missing \"a&b\".xml"));
+  config.LoadConfigurationFile("/proc/self/status");                                                                       // its size says 0: read to its end all the same
   config.LoadConfigurationFile(WriteFile(std::string("<ZelAppHostConfig TerminateOnFirmwareUpdate='1'/>") + '\0' + '<'));  // the parser stops at the zero byte
   const Tests::ExpectedEntry fallBack = Error("Falling back to standard configuration.");
-  std::vector<Tests::ExpectedEntry> expected = {Error("Failed to read configuration file: expected <"), fallBack, Error("Failed to read configuration file: unexpected end of data"), fallBack, Error("Failed to read configuration file: expected ' or \""), fallBack, Error("Failed to read configuration file: expected >"), fallBack, Error("Failed to read configuration file: elements nested deeper than 256"), fallBack, Error("App host config file cannot be read from: \"" + TempPath("missing &\"a&&b&\".xml") + "\"")};
+  std::vector<Tests::ExpectedEntry> expected = {Error("Failed to read configuration file: expected <"), fallBack, Error("Failed to read configuration file: unexpected end of data"), fallBack, Error("Failed to read configuration file: expected ' or \""), fallBack, Error("Failed to read configuration file: expected >"), fallBack, Error("Failed to read configuration file: elements nested deeper than 256"), fallBack, Error("App host config file cannot be read from: \"" + TempPath("missing &\"a&&b&\".xml") + "\""), Error("Failed to read configuration file: expected <"), fallBack};
   if (!std::ifstream(kAppHostConfigFilePath)) {  // the fixed path, where no device file is installed
     config.LoadConfigurationFile();
     expected.push_back(Error("App host config file cannot be read from: \"/opt/userdata/etc/zelapphost/zelapphostconfig.xml\""));

@@ -159,6 +159,7 @@ TEST_F(TableTest, RangeEdges) {
       {"11.001 1990-01-01", Dpt(11, 1), Time(ivtDate, 1990, 1, 1, 0, 0, 0, 0), true},
       {"11.001 2089-12-31", Dpt(11, 1), Time(ivtDate, 2089, 12, 31, 0, 0, 0, 0), true},
       {"12.001 0", Dpt(12, 1), Bits(ivtDWord, 0), true},
+      {"15.000 0", Dpt(15, 0), Bits(ivtDWord, 0), true},
       {"12.001 max", Dpt(12, 1), Bits(ivtDWord, 0xFFFFFFFF), true},
       {"232.600 max", Dpt(232, 600), Bits(ivtDWord, 0xFFFFFF), true},
       {"232.600 over", Dpt(232, 600), Bits(ivtDWord, 0x1000000), false},
@@ -328,6 +329,8 @@ TEST(Converters, DeliberateQuirksAreKept) {
   decoded = TAVVALUE();                                                                             // 7.x decoding sets the word type itself
   EXPECT_TRUE(KnxConverterInteger16BitUnsigned(status).FromKnxValue(Dpt(7, 1), Group({0x12, 0x34}, 16), decoded));
   EXPECT_EQ(decoded.ivt, ivtWord);
+  // 13.x: main 13 or the integer type is enough.
+  EXPECT_TRUE(Encode(KnxConverterInteger32BitSigned(IntegerRange(INT32_MIN, INT32_MAX, INT32_MIN, INT32_MAX)), Dpt(12, 1), Bits(ivtInteger, 5)).first);
   // Low octet / low 16 bits, no range test.
   EXPECT_EQ(OctetsOf(Encode(KnxConverterInteger8BitSigned(status), Dpt(6, 10), Bits(ivtInteger, 300)).second), Octets{44});
   EXPECT_EQ(OctetsOf(Encode(KnxConverterInteger16BitUnsigned(status), Dpt(7, 1), Bits(ivtInteger, 70000)).second),

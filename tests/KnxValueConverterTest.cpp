@@ -214,7 +214,7 @@ TEST_F(Converting, MissingDptIsChosenByTypeThenBySize) {
   EXPECT_EQ(dpt.bitSize, 16);
   EXPECT_EQ(out.GetRawData().ToString(), "0c 33");
 
-  KNXDPT empty = Dpt(0, 0, 0);
+  KNXDPT empty;  // as a caller declares it: no DPT, no size
   EXPECT_FALSE(converter.ToKnxValue(empty, TAVVALUE(), out));
   EXPECT_TRUE(log.Equals({Info("Could not find DPT for bit size 0")}));
 }
