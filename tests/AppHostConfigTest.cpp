@@ -163,6 +163,8 @@ TEST(AppHostConfig, NestingIsBoundedBeforeTheParserSeesIt) {
 TEST(AppHostConfig, FlagSettersAndTheirIntendedAsymmetry) {
   AppHostConfiguration config;
   static_assert(std::is_void_v<decltype(config.SetAppHostStartupDisabled(true))>);  // only the connector host's reports the old value
+  config.SetAppHostStartupDisabled(true);
+  EXPECT_TRUE(config.IsAppHostStartupDisabled());
   EXPECT_FALSE(config.SetAppConnectorHostStartupDisabled(true));
   EXPECT_TRUE(config.SetAppConnectorHostStartupDisabled(false));
   EXPECT_FALSE(config.ReplaceAppDebugMode(true));

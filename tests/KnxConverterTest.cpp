@@ -280,6 +280,7 @@ std::pair<bool, KnxStack::GroupValue> Encode(const KnxConverter& prototype, KNXD
 TEST(Converters, DeliberateQuirksAreKept) {
   LogCapture log(log4cplus::WARN_LOG_LEVEL);
   KnxConverterDefault fallback;
+  EXPECT_EQ(OctetsOf(Encode(fallback, Dpt(1, 1), Bits(ivtBool, 1)).second), Octets{0x01});
   // A boolean on 2.x: meant as 0x11/0x10, of which the 2-bit field keeps the low bits.
   EXPECT_EQ(OctetsOf(Encode(fallback, Dpt(2, 1), Bits(ivtBool, 1)).second), Octets{0x01});
   EXPECT_EQ(OctetsOf(Encode(fallback, Dpt(2, 1), Bits(ivtBool, 0)).second), Octets{0x00});
@@ -367,7 +368,12 @@ TEST(Converters, DeliberateQuirksAreKept) {
   EXPECT_EQ(decoded.GetInteger(), 70);
   EXPECT_EQ(decoded.ivt, ivtInteger);
   EXPECT_TRUE(KnxConverterSceneNumber(IntegerRange(0, 63, 0, 63)).FromKnxValue(Dpt(5, 1), Group({5}, 8), decoded));  // main 17 or sub 1
-  EXPECT_EQ(OctetsOf(Encode(KnxConverterSceneControl(status), Dpt(18, 1), Bits(ivtByte, 0x85)).second), Octets{0x85});
+  const auto learn = Encode(KnxConverterSceneControl(status), Dpt(18, 1), Bits(ivtByte, 0x85));
+  EXPECT_TRUE(learn.first);
+  EXPECT_EQ(OctetsOf(learn.second), Octets{0x85});
+  decoded = Typed(ivtByte);  // 26.001: the octet, the type left as it was
+  EXPECT_TRUE(KnxConverterSceneInfo(IntegerRange(-64, 64, 0, 255)).FromKnxValue(Dpt(26, 1), Group({0x05}, 8), decoded));
+  EXPECT_EQ(decoded.GetByte(), 5);
 
   // 11.x: any one of main 11, sub 1 or the date type is enough.
   for (const KNXDPT& dpt : {Dpt(11, 2), Dpt(12, 1)}) {
