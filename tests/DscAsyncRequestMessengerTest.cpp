@@ -87,6 +87,7 @@ TEST(DscAsyncRequestMessenger, RequestOutcomes) {
       {"negative infinity: no wait", {none}, 0, [](Rig& r) { return r.messenger.Request("x", pt::neg_infin); }, kNone, 1, Exhausted(TimedOut("-infinity", "-infinity"), "0")},
       {"not-a-date-time: no wait", {none}, 0, [](Rig& r) { return r.messenger.Request("x", pt::not_a_date_time); }, kNone, 1, Exhausted(TimedOut("not-a-date-time", "not-a-date-time"), "0")},
       {"positive infinity: no deadline", {slow}, 0, [](Rig& r) { return r.messenger.Request("x", pt::pos_infin); }, {"response to x for r1", "", true, true}, 1, {}},
+      {"a time-out below a second", {slow}, 0, [](Rig& r) { return r.messenger.Request("x", pt::milliseconds(900)); }, {"response to x for r1", "", true, true}, 1, {}},
       {"centuries: no overflow", {slow}, 0, [](Rig& r) { return r.messenger.Request("x", pt::hours(5000000)); }, {"response to x for r1", "", true, true}, 1, {}},
       // Intended: the count given is retries; one attempt more is made, and empty ids do not wait.
       {"empty id, no retries", {empty}, 0, GetValue7, kNone, 1, Exhausted({emptyId}, "0")},

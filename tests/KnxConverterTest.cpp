@@ -281,6 +281,9 @@ TEST(Converters, DeliberateQuirksAreKept) {
   LogCapture log(log4cplus::WARN_LOG_LEVEL);
   KnxConverterDefault fallback;
   EXPECT_EQ(OctetsOf(Encode(fallback, Dpt(1, 1), Bits(ivtBool, 1)).second), Octets{0x01});
+  TAVVALUE bit = Typed(ivtByte);  // a 1-bit value is bit 0 of its octet
+  EXPECT_TRUE(fallback.FromKnxValue(Dpt(1, 1), Group({0xFE}, 1), bit));
+  EXPECT_EQ(bit.GetDWord(), 0u);
   // A boolean on 2.x: meant as 0x11/0x10, of which the 2-bit field keeps the low bits.
   EXPECT_EQ(OctetsOf(Encode(fallback, Dpt(2, 1), Bits(ivtBool, 1)).second), Octets{0x01});
   EXPECT_EQ(OctetsOf(Encode(fallback, Dpt(2, 1), Bits(ivtBool, 0)).second), Octets{0x00});
