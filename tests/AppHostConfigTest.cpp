@@ -137,6 +137,7 @@ TEST(AppHostConfig, NestingIsBoundedBeforeTheParserSeesIt) {
       {"1000 siblings", Nested(2, Repeat("<b/><c></c>", 1000)), true},
       {"comment", Nested(2, "<!--" + repeated + "-->"), true},
       {"CDATA", Nested(2, "<![CDATA[" + repeated + "]]>"), true},
+      {"two CDATA sections", Nested(2, "<![CDATA[x]]><![CDATA[" + repeated + "]]>"), true},
       {"processing instruction", "<?pi " + repeated + "?>" + Nested(2), true},
       {"processing instruction without a target", "<?>" + repeated + "?>" + Nested(2), true},
       {"attribute values", Nested(2, "<b x='" + repeated + "' y=\"" + repeated + "\"/>"), true},

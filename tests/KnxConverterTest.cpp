@@ -454,6 +454,7 @@ TEST(Converters, SignedScalingRoundsHalfAwayFromZero) {
   KnxStack::GroupValue out;
   EXPECT_FALSE(scaled.ToKnxValue(Dpt(13, 1), Bits(ivtInteger, 101), out));
   EXPECT_TRUE(log.EqualsIgnoringDebug({Error("The internal value of DPT=13.1, ivt=4 is out of range: 101")}));
+  EXPECT_FALSE(scaled.FromKnxValue(Dpt(13, 1), Group({0, 0, 0, 101}, 32), decoded));  // raw 101: beyond the raw range
 }
 
 TEST(Converters, DateTimeFlags) {

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <tuple>
 #include <typeinfo>
 
 namespace Zel {
@@ -191,7 +192,7 @@ TEST(KnxValueConverter, DefaultDptForSize) {
 }
 
 TEST(KnxValueConverter, ExpectedBitSizes) {
-  const std::pair<int, std::int32_t> cases[] = {{0, 0}, {1, 1}, {16, 112}, {24, KnxValueConverter::kAnySize}, {31, 3}, {32, 0}, {199, 0}, {200, 9}, {208, 0}, {218, 40}, {232, 24}, {233, 0}, {241, 32}, {242, 0}, {65535, 0}};
+  const std::pair<int, std::int32_t> cases[] = {{0, 0}, {1, 1}, {16, 112}, {24, KnxValueConverter::kAnySize}, {31, 3}, {32, 0}, {199, 0}, {29, 64}, {200, 9}, {208, 0}, {209, 24}, {218, 40}, {232, 24}, {233, 0}, {241, 32}, {242, 0}, {65535, 0}};
   for (const auto& c : cases) {
     EXPECT_EQ(KnxValueConverter::GetExpectedBitSize(static_cast<std::uint16_t>(c.first)), c.second) << c.first;
   }
@@ -310,6 +311,11 @@ TEST(KnxValueConverterExceptions, EncodingAnswersTrueDecodingFalse) {
   EXPECT_FALSE(converter.FromKnxValue(dpt, group, value));
   EXPECT_TRUE(log.Equals({Error("Exception caught during conversion of TAVVALUE to GroupValue: probe"),
                           Error("Exception caught during conversion of GroupValue: probe")}));
+}
+
+TEST(DptValueMap, EmptyEntryIsDpt0Point0OfNoSize) {
+  const KNXDPT& none = DptValueMap::EmptyEntry().dpt;
+  EXPECT_EQ(std::make_tuple(int{none.bitSize}, int{none.mainNumber}, int{none.subNumber}), std::make_tuple(0, 0, 0));
 }
 
 TEST(KnxValueConverter, RowWithoutConverterRefusesBothWays) {
