@@ -191,11 +191,18 @@ TEST(KnxValueConverter, DefaultDptForSize) {
   }
 }
 
+// The size of every main number that has one, as the size check has it
+// ("*": any size); the others have none.
 TEST(KnxValueConverter, ExpectedBitSizes) {
-  const std::pair<int, std::int32_t> cases[] = {{0, 0}, {1, 1}, {16, 112}, {24, KnxValueConverter::kAnySize}, {31, 3}, {32, 0}, {199, 0}, {29, 64}, {200, 9}, {208, 0}, {209, 24}, {218, 40}, {232, 24}, {233, 0}, {241, 32}, {242, 0}, {65535, 0}};
-  for (const auto& c : cases) {
-    EXPECT_EQ(KnxValueConverter::GetExpectedBitSize(static_cast<std::uint16_t>(c.first)), c.second) << c.first;
+  std::string sizes;
+  for (std::uint32_t main = 0; main <= 65535; ++main) {
+    const std::int32_t bits = KnxValueConverter::GetExpectedBitSize(static_cast<std::uint16_t>(main));
+    if (bits != 0)
+      sizes += std::to_string(main) + ":" + (bits == KnxValueConverter::kAnySize ? "*" : std::to_string(bits)) + " ";
   }
+  EXPECT_EQ(sizes,
+            "1:1 2:2 3:4 4:8 5:8 6:8 7:16 8:16 9:16 10:24 11:24 12:32 13:32 14:32 15:32 16:112 17:8 18:8 19:64 20:8 21:8 22:16 23:8 24:* 25:8 26:8 27:32 28:* 29:64 30:24 31:3 "
+            "200:9 201:16 202:16 203:24 204:16 205:24 206:24 207:16 209:24 210:32 211:16 212:48 213:64 214:32 215:40 216:40 217:16 218:40 219:48 220:32 221:48 222:48 223:24 224:48 225:24 229:48 230:64 231:32 232:24 234:16 235:48 236:8 237:16 238:8 239:16 240:24 241:32 ");
 }
 
 class Converting : public ::testing::Test {
