@@ -470,6 +470,7 @@ TEST(Converters, DateTimeFlags) {
   EXPECT_EQ(OctetsOf(Encode(dateTime, Dpt(19, 1), summer).second), (Octets{124, 7, 1, 8, 0, 0, 0x25, 0}));
   TAVVALUE decoded;
   ASSERT_TRUE(dateTime.FromKnxValue(Dpt(19, 1), Group({124, 7, 1, 0x28, 0, 0, 0x21, 0x80}, 64), decoded));
+  EXPECT_EQ(decoded.ivt, ivtDateTime);
   EXPECT_EQ(decoded.GetTime().weekDays, TavWeekDays::WEEK_DAY_MONDAY);
   EXPECT_TRUE(decoded.GetTime().dst);
   EXPECT_EQ(decoded.GetTime().hour, 8);
