@@ -218,6 +218,12 @@ TEST(DscAsyncRequestMessenger, AnswersForUnknownIdsAreLoggedAndDropped) {
   }
 }
 
+TEST(DscAsyncRequestMessenger, NativeFormatReachesTheDeviceStack) {
+  Rig rig({});
+  rig.messenger.EnableNativeFormat();
+  EXPECT_EQ(rig.client.ValueFormat(), "Native");
+}
+
 TEST(RemoteRequestMessengerDeviceStack, ValueTextFollowsTheFormatFlag) {
   const double nan = std::numeric_limits<double>::quiet_NaN();
   const std::map<char, void (RemoteRequestMessengerDeviceStack::*)()> enable = {

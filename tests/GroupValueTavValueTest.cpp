@@ -116,6 +116,7 @@ TEST(GroupValueToTavValue, DecodesEachMainNumber) {
        "Gr\xC3\xBC\xC3\x9F"
        "e"},
       {"232.600", Code(232, 600), {0x12, 0x34, 0x56}, 24, ivtDWord, "1193046"},
+      {"18.001 learn bit", Code(18, 1), {0x85}, 8, ivtByte, "133"},
   };
   for (const Received& c : cases) {
     SCOPED_TRACE(c.label);

@@ -166,6 +166,7 @@ TEST_F(TableTest, RangeEdges) {
       {"12.001 0", Dpt(12, 1), Bits(ivtDWord, 0), true},
       {"15.000 0", Dpt(15, 0), Bits(ivtDWord, 0), true},
       {"12.001 max", Dpt(12, 1), Bits(ivtDWord, 0xFFFFFFFF), true},
+      {"232.600 0", Dpt(232, 600), Bits(ivtDWord, 0), true},
       {"232.600 max", Dpt(232, 600), Bits(ivtDWord, 0xFFFFFF), true},
       {"232.600 over", Dpt(232, 600), Bits(ivtDWord, 0x1000000), false},
       {"14.x max", Dpt(14, 0), Real(FLT_MAX), true},
@@ -286,6 +287,7 @@ TEST(Converters, DeliberateQuirksAreKept) {
   LogCapture log(log4cplus::WARN_LOG_LEVEL);
   KnxConverterDefault fallback;
   EXPECT_EQ(OctetsOf(Encode(fallback, Dpt(1, 1), Bits(ivtBool, 1)).second), Octets{0x01});
+  EXPECT_EQ(OctetsOf(Encode(fallback, Dpt(5, 1, 8), Bits(ivtByte, 0xAB)).second), Octets{0xAB});
   TAVVALUE bit = Typed(ivtByte);  // a 1-bit value is bit 0 of its octet
   EXPECT_TRUE(fallback.FromKnxValue(Dpt(1, 1), Group({0xFE}, 1), bit));
   EXPECT_EQ(bit.GetDWord(), 0u);
