@@ -289,7 +289,7 @@ TEST(Converters, DeliberateQuirksAreKept) {
   EXPECT_EQ(OctetsOf(Encode(fallback, Dpt(1, 1), Bits(ivtBool, 1)).second), Octets{0x01});
   EXPECT_EQ(OctetsOf(Encode(fallback, Dpt(5, 1, 8), Bits(ivtByte, 0xAB)).second), Octets{0xAB});
   EXPECT_FALSE(Encode(fallback, Dpt(5, 1, 8), TAVVALUE()).first);  // no bytes for the empty value
-  TAVVALUE bit = Typed(ivtByte);  // a 1-bit value is bit 0 of its octet
+  TAVVALUE bit = Typed(ivtByte);                                   // a 1-bit value is bit 0 of its octet
   EXPECT_TRUE(fallback.FromKnxValue(Dpt(1, 1), Group({0xFE}, 1), bit));
   EXPECT_EQ(bit.GetDWord(), 0u);
   // A boolean on 2.x: meant as 0x11/0x10, of which the 2-bit field keeps the low bits.

@@ -307,34 +307,33 @@ TEST_F(Converting, MissingDptWhenDecodingComesFromTheSize) {
                           Error("Convert from KNX value failed. Missing DPT. GroupValue = 01 02 03")}));
 }
 
-TEST(KnxValueConverterExceptions, EncodingAnswersTrueDecodingFalse) {
-  KnxValueConverter converter;
-  converter.AddDptValueMapEntry(9, 0, 16, ivtFloat, TavDP::vstGeneric, ProbeConverter(true));
-  LogCapture log;
-  KNXDPT dpt = Dpt(9, 1);
-  KnxStack::GroupValue group = Group({0, 0}, 16);
-  EXPECT_TRUE(converter.ToKnxValue(dpt, Typed(ivtFloat), group));
-  TAVVALUE value;
-  EXPECT_FALSE(converter.FromKnxValue(dpt, group, value));
-  EXPECT_TRUE(log.Equals({Error("Exception caught during conversion of TAVVALUE to GroupValue: probe"),
-                          Error("Exception caught during conversion of GroupValue: probe")}));
-}
-
 TEST(DptValueMap, EmptyEntryIsDpt0Point0OfNoSize) {
   const KNXDPT& none = DptValueMap::EmptyEntry().dpt;
   EXPECT_EQ(std::make_tuple(int{none.bitSize}, int{none.mainNumber}, int{none.subNumber}), std::make_tuple(0, 0, 0));
 }
 
-TEST(KnxValueConverter, RowWithoutConverterRefusesBothWays) {
-  KnxValueConverter converter;
-  converter.AddDptValueMapEntry(9, 0, 16, ivtFloat, TavDP::vstGeneric, ProbeConverter(false, false));
-  LogCapture log;
-  KNXDPT dpt = Dpt(9, 1);
-  KnxStack::GroupValue group = Group({0, 0}, 16);
-  EXPECT_FALSE(converter.ToKnxValue(dpt, Typed(ivtFloat), group));
-  TAVVALUE value;
-  EXPECT_FALSE(converter.FromKnxValue(dpt, group, value));
-  EXPECT_TRUE(log.Equals({Error("NULL pointer as KnxConverter for DPT = 9.1"), Error("NULL pointer as KnxConverter for DPT = 9.1")}));
+// A row whose converter throws (encoding answers true, intended), and one
+// without a converter: what each direction answers and logs.
+TEST(KnxValueConverter, BrokenRowsAnswerAndLog) {
+  const struct {
+    ProbeConverter probe;
+    bool encoded;
+    std::vector<ExpectedEntry> log;
+  } cases[] = {
+      {ProbeConverter(true), true, {Error("Exception caught during conversion of TAVVALUE to GroupValue: probe"), Error("Exception caught during conversion of GroupValue: probe")}},
+      {ProbeConverter(false, false), false, {Error("NULL pointer as KnxConverter for DPT = 9.1"), Error("NULL pointer as KnxConverter for DPT = 9.1")}},
+  };
+  for (const auto& c : cases) {
+    KnxValueConverter converter;
+    converter.AddDptValueMapEntry(9, 0, 16, ivtFloat, TavDP::vstGeneric, c.probe);
+    LogCapture log;
+    KNXDPT dpt = Dpt(9, 1);
+    KnxStack::GroupValue group = Group({0, 0}, 16);
+    EXPECT_EQ(converter.ToKnxValue(dpt, Typed(ivtFloat), group), c.encoded);
+    TAVVALUE value;
+    EXPECT_FALSE(converter.FromKnxValue(dpt, group, value));
+    EXPECT_TRUE(log.Equals(c.log));
+  }
 }
 
 TEST(KnxValueConverterExceptions, ShortGroupValueIsCaughtWhenDecoding) {
