@@ -270,6 +270,8 @@ TEST(Converters, RefuseWithExactlyOneEntry) {
       {"11.x year octet 100", KnxConverterDate(), Dpt(11, 1), TAVVALUE(), {1, 1, 100}, "Cannot convert the date outside of the range [1990...2089]: year=2100, month=1, day=1"},
       {"11.x 2023-02-29 received", KnxConverterDate(), Dpt(11, 1), TAVVALUE(), {29, 2, 23}, "Exception caught during conversion of date:Day of month is not valid for year"},
       {"19.x 2023-02-29 sent", KnxConverterDateTime(), Dpt(19, 1), Time(ivtDateTime, 2023, 2, 29, 1, 2, 3, 0), {}, "Cannot convert invalid date and time: year=2023, month=2, day=29, hour=1, minute=2, second=3"},
+      {"19.x byte on 5.1", KnxConverterDateTime(), Dpt(5, 1), Bits(ivtByte, 1), {}, "Wrong DPT main number (19.001) or tav value type (ivtDateTime)!"},
+      {"19.x decoded as main 18", KnxConverterDateTime(), Dpt(18, 1), TAVVALUE(), {123, 2, 28, 13, 45, 7, 0x20, 0}, "Wrong DPT main number (19.001)!"},
       {"19.x fault flag", KnxConverterDateTime(), Dpt(19, 1), TAVVALUE(), {123, 2, 28, 13, 45, 7, 0xA0, 0}, "Cannot convert invalid date and time: year=2023, month=2, day=28, hour=13, minute=45, second=7"},
       {"19.x month 13", KnxConverterDateTime(), Dpt(19, 1), TAVVALUE(), {123, 13, 28, 13, 45, 7, 0x20, 0}, "Exception caught during conversion of date and time:Month number is out of range 1..12"},
   });
@@ -338,7 +340,11 @@ TEST(Converters, DeliberateQuirksAreKept) {
   EXPECT_EQ(OctetsOf(refused.second), Octets{0x03});
   EXPECT_TRUE(Encode(KnxConverterStatus8Bit(status), Dpt(1, 1), Bits(ivtByte, 0x04)).first);
   EXPECT_TRUE(KnxConverterStatus8Bit(status).FromKnxValue(Dpt(5, 20), Group({0x04}, 8), decoded));  // main 6 or sub 20
-  decoded = TAVVALUE();                                                                             // 7.x decoding sets the word type itself
+  decoded = TAVVALUE();                                                                             // 6.x, 12.x and 7.x decoding set their types themselves
+  EXPECT_TRUE(KnxConverterInteger8BitSigned(IntegerRange(-128, 127, -128, 127)).FromKnxValue(Dpt(6, 1), Group({0xFF}, 8), decoded));
+  EXPECT_EQ(decoded.ivt, ivtInteger);
+  EXPECT_TRUE(KnxConverterInteger32BitUnsigned(LongIntegerRange(0, 4294967295, 0, 4294967295)).FromKnxValue(Dpt(12, 1), Group({0, 0, 0, 1}, 32), decoded));
+  EXPECT_EQ(decoded.ivt, ivtDWord);
   EXPECT_TRUE(KnxConverterInteger16BitUnsigned(status).FromKnxValue(Dpt(7, 1), Group({0x12, 0x34}, 16), decoded));
   EXPECT_EQ(decoded.ivt, ivtWord);
   // 13.x: main 13 or the integer type is enough.
@@ -369,6 +375,7 @@ TEST(Converters, DeliberateQuirksAreKept) {
   EXPECT_TRUE(noValue.first);
   EXPECT_EQ(OctetsOf(noValue.second), (Octets{0x7F, 0xC0, 0, 0}));
   EXPECT_EQ(OctetsOf(Encode(f32, Dpt(14, 0), Real(1.0e39)).second), (Octets{0x7F, 0x80, 0, 0}));
+  EXPECT_EQ(OctetsOf(Encode(f32, Dpt(14, 0), Real(std::ldexp(1.0, 128) - std::ldexp(1.0, 103))).second), (Octets{0x7F, 0x80, 0, 0}));  // FLT_MAX and half its ulp
   EXPECT_EQ(OctetsOf(Encode(f32, Dpt(14, 0), Real(-3.4028235e38)).second), (Octets{0xFF, 0x7F, 0xFF, 0xFF}));
   EXPECT_TRUE(f32.FromKnxValue(Dpt(14, 0), Group({0x7F, 0xC0, 0, 0}, 32), decoded));
   EXPECT_EQ(decoded.ivt, ivtNone);
