@@ -73,6 +73,7 @@ TEST(DscAsyncRequestMessenger, RequestOutcomes) {
     std::vector<ExpectedEntry> log;  // above DEBUG
   } const cases[] = {
       {"RegisterApplication", {}, 1, [](Rig& r) { return r.messenger.RegisterApplication("a", "1", "z"); }, {"", "", true, true}, 1, {}},
+      {"RegisterApplication, time-out", {none}, 0, [](Rig& r) { return r.messenger.RegisterApplication("a", "1", "z"); }, kNone, 1, Exhausted(TimedOut("00:00:01", "00:00:00"), "0")},
       {"SetValue", {}, 1, [](Rig& r) { return r.messenger.SetValue(9, Real(1.5), true); }, {"set 9 to 3:1.5 for r1", "", true, true}, 1, {}},
       {"GetValue", {}, 1, GetValue7, {"value of 7 for r1", "", true, true}, 1, {}},
       {"Request", {}, 1, [](Rig& r) { return r.messenger.Request("x", pt::seconds(0)); }, {"response to x for r1", "", true, true}, 1, {}},
