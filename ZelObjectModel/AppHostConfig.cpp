@@ -34,7 +34,7 @@ using Node = rapidxml::xml_node<char>;
 // The largest file LoadFile reads, far above any real configuration (a few
 // KiB). Bigger files, and files that grow past it while being read, cannot
 // be loaded.
-constexpr std::size_t kMaxFileBytes = 1024 * 1024;
+constexpr std::size_t kMaxFileBytes = std::size_t{1024} * 1024;
 
 // The deepest element nesting parsed; the root element is level 1. Real
 // files nest 4 deep.
@@ -44,8 +44,9 @@ class FileDescriptor {
  public:
   explicit FileDescriptor(int fd) : m_fd(fd) {}
   ~FileDescriptor() {
-    if (m_fd >= 0)
+    if (m_fd >= 0) {
       ::close(m_fd);
+    }
   }
   FileDescriptor(const FileDescriptor&) = delete;
   FileDescriptor& operator=(const FileDescriptor&) = delete;
@@ -103,41 +104,53 @@ bool NestsWithinBound(const char* text) {
         // them is plain text.
         int brackets = 0;
         for (p += 9; *p != '\0' && (*p != '>' || brackets > 0); ++p) {
-          if (*p == '[')
+          if (*p == '[') {
             ++brackets;
-          if (*p == ']' && brackets > 0)
+          }
+          if (*p == ']' && brackets > 0) {
             --brackets;
+          }
         }
         p = *p == '>' ? p + 1 : nullptr;
       } else {
         p = Past(p + 1, ">");
       }
     } else {  // an element: name, attributes, then "/>" or ">" and its content
-      while (IsElementNameChar(*p))
-        ++p;
-      for (;;) {
-        while (IsXmlSpace(*p))
-          ++p;
-        if (!IsAttributeNameChar(*p))
-          break;
-        while (IsAttributeNameChar(*p))
-          ++p;
-        while (IsXmlSpace(*p))
-          ++p;
-        if (*p != '=')
-          return true;
-        ++p;
-        while (IsXmlSpace(*p))
-          ++p;
-        if (*p != '\'' && *p != '"')
-          return true;
-        p = std::strchr(p + 1, *p);
-        if (p == nullptr)
-          return true;
+      while (IsElementNameChar(*p)) {
         ++p;
       }
-      if (depth + 1 > kMaxElementDepth)
+      for (;;) {
+        while (IsXmlSpace(*p)) {
+          ++p;
+        }
+        if (!IsAttributeNameChar(*p)) {
+          break;
+        }
+        while (IsAttributeNameChar(*p)) {
+          ++p;
+        }
+        while (IsXmlSpace(*p)) {
+          ++p;
+        }
+        if (*p != '=') {
+          return true;
+        }
+        ++p;
+        while (IsXmlSpace(*p)) {
+          ++p;
+        }
+        if (*p != '\'' && *p != '"') {
+          return true;
+        }
+        p = std::strchr(p + 1, *p);
+        if (p == nullptr) {
+          return true;
+        }
+        ++p;
+      }
+      if (depth + 1 > kMaxElementDepth) {
         return false;
+      }
       if (*p == '>') {
         ++depth;
         ++p;

@@ -16,13 +16,15 @@
 // main number, one in kMainRows). See the README, "How to add a DPT".
 #pragma once
 
-#include "Zel/KnxValueConverter.h"
+#include "Zel/KnxConverter.h"
 
 #include "BasePlatform/TavValue.h"
 
 #include <array>
 #include <cfloat>
 #include <cstdint>
+#include <string>
+#include <type_traits>
 
 namespace Zel {
 namespace Catalogue {
@@ -30,48 +32,42 @@ namespace Catalogue {
 // ---------------------------------------------------------------------------
 // The DPT table: one row per DPT that KnxValueConverter converts.
 
-// The converter class of a row.
+// The converter kind of a row; WithPrototype below builds each kind's
+// converter.
 enum class Converter : std::uint8_t {
-  Bit1,               // KnxConverter1Bit
-  Bit2,               // KnxConverter2Bit
-  Bit4,               // KnxConverter4Bit
-  Char8,              // KnxConverter8BitString
-  Byte8Unsigned,      // KnxConverterByte8BitUnsigned
-  Integer8Signed,     // KnxConverterInteger8BitSigned
-  Status8,            // KnxConverterStatus8Bit
-  Integer16Unsigned,  // KnxConverterInteger16BitUnsigned
-  Integer16Signed,    // KnxConverterInteger16BitSigned
-  Float16,            // KnxConverterFloat16BitFloat
-  Float32,            // KnxConverterFloat32BitFloat
-  Integer24Unsigned,  // KnxConverterInteger24BitUnsigned
-  Integer32Unsigned,  // KnxConverterInteger32BitUnsigned
-  Integer32Signed,    // KnxConverterInteger32BitSigned
-  String14,           // KnxConverter14ByteString
-  TimeOfDay,          // KnxConverterTimeOfDay
-  Date,               // KnxConverterDate
-  DateTime,           // KnxConverterDateTime
-  SceneNumber,        // KnxConverterSceneNumber
-  SceneControl,       // KnxConverterSceneControl
-  SceneInfo,          // KnxConverterSceneInfo
+  Bit1,
+  Bit2,
+  Bit4,
+  Char8,
+  Byte8Unsigned,
+  Integer8Signed,
+  Status8,
+  Integer16Unsigned,
+  Integer16Signed,
+  Float16,
+  Float32,
+  Integer24Unsigned,
+  Integer32Unsigned,
+  Integer32Signed,
+  String14,
+  TimeOfDay,
+  Date,
+  DateTime,
+  SceneNumber,
+  SceneControl,
+  SceneInfo,
 };
 
-// A row's scaling range: its class and its constructor's four arguments in
-// order (for FloatIntegerRange the integer bounds first).
-enum class RangeClass : std::uint8_t { None, Integer, LongInteger, FloatInteger, Float };
+// A row's scaling range: its converter's four constructor arguments in
+// order (for a FloatIntegerRange the integer bounds first). The converter
+// kind says which range class they make.
 struct Range {
-  RangeClass rangeClass;
   double a, b, c, d;
 };
-constexpr Range kNoRange{RangeClass::None, 0, 0, 0, 0};
+constexpr Range kNoRange{0, 0, 0, 0};
 // The raw bounds against the same bounds, as most rows have them.
-constexpr Range Ints(double lower, double upper) {
-  return {RangeClass::Integer, lower, upper, lower, upper};
-}
-constexpr Range LongInts(double lower, double upper) {
-  return {RangeClass::LongInteger, lower, upper, lower, upper};
-}
-constexpr Range Floats(double lower, double upper) {
-  return {RangeClass::Float, lower, upper, lower, upper};
+constexpr Range Span(double lower, double upper) {
+  return {lower, upper, lower, upper};
 }
 
 struct TableRow {
@@ -96,100 +92,147 @@ constexpr double kFloat32Max = FLT_MAX;
 inline constexpr TableRow kTableRows[] = {
     {1, 0, 1, ivtBool, TavDP::vstGeneric, Converter::Bit1, kNoRange, "1.x"},
     {2, 0, 2, ivtBool, TavDP::vstGeneric, Converter::Bit2, kNoRange, "2.x"},
-    {3,
-     0,
-     4,
-     ivtFloat,
-     TavDP::vstDimmingStep,
-     Converter::Bit4,
-     {RangeClass::FloatInteger, 0, 15, -100.0, 100.0},
-     "3.x"},
-    {4, 0, 8, ivtString, TavDP::vstAscii, Converter::Char8, Ints(0, 127), "4.x"},
-    {4, 1, 8, ivtString, TavDP::vstAscii, Converter::Char8, Ints(0, 127), "4.001"},
-    {4, 2, 8, ivtString, TavDP::vstLatin1, Converter::Char8, Ints(0, 255), "4.002"},
-    {5, 0, 8, ivtByte, TavDP::vstGeneric, Converter::Byte8Unsigned, Ints(0, 255), "5.x"},
-    {5, 6, 8, ivtByte, TavDP::vstGeneric, Converter::Byte8Unsigned, Ints(0, 254), "5.006"},
-    {6, 0, 8, ivtInteger, TavDP::vstGeneric, Converter::Integer8Signed, Ints(-128, 127), "6.x"},
+    {3, 0, 4, ivtFloat, TavDP::vstDimmingStep, Converter::Bit4, {0, 15, -100.0, 100.0}, "3.x"},
+    {4, 0, 8, ivtString, TavDP::vstAscii, Converter::Char8, Span(0, 127), "4.x"},
+    {4, 1, 8, ivtString, TavDP::vstAscii, Converter::Char8, Span(0, 127), "4.001"},
+    {4, 2, 8, ivtString, TavDP::vstLatin1, Converter::Char8, Span(0, 255), "4.002"},
+    {5, 0, 8, ivtByte, TavDP::vstGeneric, Converter::Byte8Unsigned, Span(0, 255), "5.x"},
+    {5, 6, 8, ivtByte, TavDP::vstGeneric, Converter::Byte8Unsigned, Span(0, 254), "5.006"},
+    {6, 0, 8, ivtInteger, TavDP::vstGeneric, Converter::Integer8Signed, Span(-128, 127), "6.x"},
     // A status byte, unlike the rest of main 6.
-    {6, 20, 8, ivtByte, TavDP::vstStatusMode, Converter::Status8, Ints(0, 255), "6.020"},
-    {7, 0, 16, ivtWord, TavDP::vstGeneric, Converter::Integer16Unsigned, Ints(0, 65535), "7.x"},
-    {8, 0, 16, ivtInteger, TavDP::vstGeneric, Converter::Integer16Signed, Ints(-32768, 32767),
+    {6, 20, 8, ivtByte, TavDP::vstStatusMode, Converter::Status8, Span(0, 255), "6.020"},
+    {7, 0, 16, ivtWord, TavDP::vstGeneric, Converter::Integer16Unsigned, Span(0, 65535), "7.x"},
+    {8, 0, 16, ivtInteger, TavDP::vstGeneric, Converter::Integer16Signed, Span(-32768, 32767),
      "8.x"},
-    {9, 0, 16, ivtFloat, TavDP::vstGeneric, Converter::Float16, Floats(kFloat16Min, kFloat16Max),
+    {9, 0, 16, ivtFloat, TavDP::vstGeneric, Converter::Float16, Span(kFloat16Min, kFloat16Max),
      "9.x"},
-    {9, 1, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(-273.0, 670760.0), "9.001"},
-    {9, 2, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(-670760.0, 670760.0),
+    {9, 1, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Span(-273.0, 670760.0), "9.001"},
+    {9, 2, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Span(-670760.0, 670760.0),
      "9.002"},
-    {9, 3, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(-670760.0, 670760.0),
+    {9, 3, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Span(-670760.0, 670760.0),
      "9.003"},
-    {9, 4, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(0.0, 670760.0), "9.004"},
-    {9, 5, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(0.0, 670760.0), "9.005"},
-    {9, 6, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(0.0, 670760.0), "9.006"},
-    {9, 7, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(0.0, 670760.0), "9.007"},
-    {9, 8, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(0.0, 670760.0), "9.008"},
-    {9, 10, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(-670760.0, 670760.0),
+    {9, 4, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Span(0.0, 670760.0), "9.004"},
+    {9, 5, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Span(0.0, 670760.0), "9.005"},
+    {9, 6, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Span(0.0, 670760.0), "9.006"},
+    {9, 7, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Span(0.0, 670760.0), "9.007"},
+    {9, 8, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Span(0.0, 670760.0), "9.008"},
+    {9, 10, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Span(-670760.0, 670760.0),
      "9.010"},
-    {9, 11, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(-670760.0, 670760.0),
+    {9, 11, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Span(-670760.0, 670760.0),
      "9.011"},
-    {9, 20, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(-670760.0, 670760.0),
+    {9, 20, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Span(-670760.0, 670760.0),
      "9.020"},
-    {9, 21, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(-670760.0, 670760.0),
+    {9, 21, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Span(-670760.0, 670760.0),
      "9.021"},
-    {9, 22, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(-670760.0, 670760.0),
+    {9, 22, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Span(-670760.0, 670760.0),
      "9.022"},
-    {9, 23, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(-670760.0, 670760.0),
+    {9, 23, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Span(-670760.0, 670760.0),
      "9.023"},
-    {9, 24, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(-670760.0, 670760.0),
+    {9, 24, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Span(-670760.0, 670760.0),
      "9.024"},
-    {9, 25, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(-670760.0, 670760.0),
+    {9, 25, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Span(-670760.0, 670760.0),
      "9.025"},
-    {9, 26, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(kFloat16Min, kFloat16Max),
+    {9, 26, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Span(kFloat16Min, kFloat16Max),
      "9.026"},
-    {9, 27, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(-459.6, kFloat16Max),
+    {9, 27, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Span(-459.6, kFloat16Max),
      "9.027"},
-    {9, 28, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Floats(0.0, kFloat16Max),
-     "9.028"},
+    {9, 28, 16, ivtFloat, TavDP::vstKnxFloat, Converter::Float16, Span(0.0, kFloat16Max), "9.028"},
     // The time type here; the object model (and so the conversion by DPT
     // code) uses the day-time type for main 10.
     {10, 0, 24, ivtTime, TavDP::vstGeneric, Converter::TimeOfDay, kNoRange, "10.x"},
     {11, 0, 24, ivtDate, TavDP::vstGeneric, Converter::Date, kNoRange, "11.x"},
-    {12, 0, 32, ivtDWord, TavDP::vstGeneric, Converter::Integer32Unsigned,
-     LongInts(0, 4294967295.0), "12.x"},
+    {12, 0, 32, ivtDWord, TavDP::vstGeneric, Converter::Integer32Unsigned, Span(0, 4294967295.0),
+     "12.x"},
     {13, 0, 32, ivtInteger, TavDP::vstGeneric, Converter::Integer32Signed,
-     Ints(INT32_MIN, INT32_MAX), "13.x"},
-    {14, 0, 32, ivtFloat, TavDP::vstGeneric, Converter::Float32, Floats(-kFloat32Max, kFloat32Max),
+     Span(INT32_MIN, INT32_MAX), "13.x"},
+    {14, 0, 32, ivtFloat, TavDP::vstGeneric, Converter::Float32, Span(-kFloat32Max, kFloat32Max),
      "14.x"},
-    {15, 0, 32, ivtDWord, TavDP::vstGeneric, Converter::Integer32Unsigned,
-     LongInts(0, 4294967295.0), "15.x"},
-    {16, 0, 112, ivtString, TavDP::vstAscii, Converter::String14, Ints(0, 127), "16.x"},
-    {16, 1, 112, ivtString, TavDP::vstLatin1, Converter::String14, Ints(0, 255), "16.001"},
+    {15, 0, 32, ivtDWord, TavDP::vstGeneric, Converter::Integer32Unsigned, Span(0, 4294967295.0),
+     "15.x"},
+    {16, 0, 112, ivtString, TavDP::vstAscii, Converter::String14, Span(0, 127), "16.x"},
+    {16, 1, 112, ivtString, TavDP::vstLatin1, Converter::String14, Span(0, 255), "16.001"},
     // The integer type, while the scene converters test and set the byte
     // type (so 18.001 refuses an integer value) and the object model keeps
     // mains 17 and 18 as bytes.
-    {17, 0, 8, ivtInteger, TavDP::vstSceneNumber, Converter::SceneNumber, Ints(0, 63), "17.x"},
-    {18, 0, 8, ivtInteger, TavDP::vstSceneNumber, Converter::SceneControl, Ints(0, 63), "18.x"},
+    {17, 0, 8, ivtInteger, TavDP::vstSceneNumber, Converter::SceneNumber, Span(0, 63), "17.x"},
+    {18, 0, 8, ivtInteger, TavDP::vstSceneNumber, Converter::SceneControl, Span(0, 63), "18.x"},
     {19, 0, 64, ivtDateTime, TavDP::vstGeneric, Converter::DateTime, kNoRange, "19.x"},
-    {20, 0, 8, ivtByte, TavDP::vstGeneric, Converter::Byte8Unsigned, Ints(0, 255), "20.x"},
-    {20, 102, 8, ivtByte, TavDP::vstGeneric, Converter::Byte8Unsigned, Ints(0, 4), "20.102"},
-    {20, 103, 8, ivtByte, TavDP::vstGeneric, Converter::Byte8Unsigned, Ints(0, 4), "20.103"},
-    {21, 0, 8, ivtByte, TavDP::vstGeneric, Converter::Byte8Unsigned, Ints(0, 255), "21.x"},
-    {23, 0, 8, ivtByte, TavDP::vstGeneric, Converter::Byte8Unsigned, Ints(0, 255), "23.x"},
+    {20, 0, 8, ivtByte, TavDP::vstGeneric, Converter::Byte8Unsigned, Span(0, 255), "20.x"},
+    {20, 102, 8, ivtByte, TavDP::vstGeneric, Converter::Byte8Unsigned, Span(0, 4), "20.102"},
+    {20, 103, 8, ivtByte, TavDP::vstGeneric, Converter::Byte8Unsigned, Span(0, 4), "20.103"},
+    {21, 0, 8, ivtByte, TavDP::vstGeneric, Converter::Byte8Unsigned, Span(0, 255), "21.x"},
+    {23, 0, 8, ivtByte, TavDP::vstGeneric, Converter::Byte8Unsigned, Span(0, 255), "23.x"},
     // -64..64 against 0..255, as the device has it.
-    {26,
-     0,
-     8,
-     ivtByte,
-     TavDP::vstGeneric,
-     Converter::SceneInfo,
-     {RangeClass::Integer, -64, 64, 0, 255},
-     "26.x"},
-    {27, 0, 32, ivtDWord, TavDP::vstGeneric, Converter::Integer32Unsigned,
-     LongInts(0, 4294967295.0), "27.x"},
-    {236, 0, 8, ivtByte, TavDP::vstGeneric, Converter::Byte8Unsigned, Ints(0, 255), "236.x"},
-    {232, 0, 24, ivtDWord, TavDP::vstGeneric, Converter::Integer24Unsigned, LongInts(0, 16777215),
+    {26, 0, 8, ivtByte, TavDP::vstGeneric, Converter::SceneInfo, {-64, 64, 0, 255}, "26.x"},
+    {27, 0, 32, ivtDWord, TavDP::vstGeneric, Converter::Integer32Unsigned, Span(0, 4294967295.0),
+     "27.x"},
+    {236, 0, 8, ivtByte, TavDP::vstGeneric, Converter::Byte8Unsigned, Span(0, 255), "236.x"},
+    {232, 0, 24, ivtDWord, TavDP::vstGeneric, Converter::Integer24Unsigned, Span(0, 16777215),
      "232.x"},
-    {238, 0, 8, ivtByte, TavDP::vstGeneric, Converter::Byte8Unsigned, Ints(0, 255), "238.x"},
+    {238, 0, 8, ivtByte, TavDP::vstGeneric, Converter::Byte8Unsigned, Span(0, 255), "238.x"},
 };
+
+// Calls `use` with the prototype converter of `row`, its range built, and
+// answers what `use` answers (its default for a value outside the kinds).
+template <class Use>
+auto WithPrototype(const TableRow& row, Use use) -> decltype(use(KnxConverter1Bit())) {
+  const Range& r = row.range;
+  const auto ints = [&r] {
+    return IntegerRange(static_cast<std::int32_t>(r.a), static_cast<std::int32_t>(r.b),
+                        static_cast<std::int32_t>(r.c), static_cast<std::int32_t>(r.d));
+  };
+  const auto longInts = [&r] {
+    return LongIntegerRange(static_cast<std::int64_t>(r.a), static_cast<std::int64_t>(r.b),
+                            static_cast<std::int64_t>(r.c), static_cast<std::int64_t>(r.d));
+  };
+  const auto floats = [&r] { return FloatRange(r.a, r.b, r.c, r.d); };
+  using C = Converter;
+  switch (row.converter) {
+    case C::Bit1: return use(KnxConverter1Bit());
+    case C::Bit2: return use(KnxConverter2Bit());
+    case C::Bit4:
+      return use(KnxConverter4Bit(FloatIntegerRange(static_cast<std::int32_t>(r.a),
+                                                    static_cast<std::int32_t>(r.b), r.c, r.d)));
+    case C::Char8: return use(KnxConverter8BitString(ints()));
+    case C::Byte8Unsigned: return use(KnxConverterByte8BitUnsigned(ints()));
+    case C::Integer8Signed: return use(KnxConverterInteger8BitSigned(ints()));
+    case C::Status8: return use(KnxConverterStatus8Bit(ints()));
+    case C::Integer16Unsigned: return use(KnxConverterInteger16BitUnsigned(ints()));
+    case C::Integer16Signed: return use(KnxConverterInteger16BitSigned(ints()));
+    case C::Float16: return use(KnxConverterFloat16BitFloat(floats()));
+    case C::Float32: return use(KnxConverterFloat32BitFloat(floats()));
+    case C::Integer24Unsigned: return use(KnxConverterInteger24BitUnsigned(longInts()));
+    case C::Integer32Unsigned: return use(KnxConverterInteger32BitUnsigned(longInts()));
+    case C::Integer32Signed: return use(KnxConverterInteger32BitSigned(ints()));
+    case C::String14: return use(KnxConverter14ByteString(ints()));
+    case C::TimeOfDay: return use(KnxConverterTimeOfDay());
+    case C::Date: return use(KnxConverterDate());
+    case C::DateTime: return use(KnxConverterDateTime());
+    case C::SceneNumber: return use(KnxConverterSceneNumber(ints()));
+    case C::SceneControl: return use(KnxConverterSceneControl(ints()));
+    case C::SceneInfo: return use(KnxConverterSceneInfo(ints()));
+  }
+  return {};
+}
+
+namespace Detail {
+template <class T, class = void>
+struct HasRange : std::false_type {};
+template <class T>
+struct HasRange<T, std::void_t<decltype(std::declval<const T&>().GetRange())>> : std::true_type {};
+}  // namespace Detail
+
+// The range of a row's converter as ToString writes it; "-" for a kind
+// without a range.
+inline std::string RangeText(const TableRow& row) {
+  return WithPrototype(row, [](const auto& prototype) -> std::string {
+    if constexpr (Detail::HasRange<std::decay_t<decltype(prototype)>>::value) {
+      return ToString(prototype.GetRange());
+    } else {
+      return "-";
+    }
+  });
+}
 
 // ---------------------------------------------------------------------------
 // Main numbers: one row per main number that has an expected bit size or a
@@ -249,7 +292,8 @@ enum class DefaultValue : std::uint8_t {
   NoDate,  // no date and midnight, local time
 };
 
-constexpr std::int32_t kAny = KnxValueConverter::kAnySize;
+// Any size: the largest, so that KnxValueConverter::kAnySize is this value.
+constexpr std::int32_t kAny = INT32_MAX;
 
 struct MainRow {
   std::uint16_t mainNumber;

@@ -78,15 +78,18 @@ constexpr std::int64_t kLongestTimedWaitSeconds = std::numeric_limits<std::int32
 // time-outs end at once.
 boost::optional<SteadyClock::time_point> DeadlineAfter(const time_duration& timeout) {
   const SteadyClock::time_point now = SteadyClock::now();
-  if (timeout.is_pos_infinity())
+  if (timeout.is_pos_infinity()) {
     return boost::none;
-  if (timeout.is_special() || timeout.is_negative())
+  }
+  if (timeout.is_special() || timeout.is_negative()) {
     return now;
+  }
   constexpr std::int64_t nanosPerSecond = 1000000000;
   const std::int64_t ticksPerSecond = time_duration::ticks_per_second();
   const std::int64_t seconds = timeout.ticks() / ticksPerSecond;
-  if (seconds >= kLongestTimedWaitSeconds)
+  if (seconds >= kLongestTimedWaitSeconds) {
     return boost::none;
+  }
   const std::int64_t fraction = timeout.ticks() % ticksPerSecond;
   return now + boost::chrono::nanoseconds(seconds * nanosPerSecond +
                                           fraction * nanosPerSecond / ticksPerSecond);
@@ -155,7 +158,7 @@ Docket DscAsyncRequestMessenger::SynchronizeRequest(const DoAsyncRequest& doAsyn
       continue;
     }
     ZEL_LOG_DEBUG("returned from waiting for response with ID '" << requestId << "': got response");
-    return std::move(*docket);
+    return *docket;
   }
   // Intended: prints the retry count given at construction, not the attempts.
   ZEL_LOG_ERROR("Maximum number of retries (" << m_attempts - 1 << ") reached.");
@@ -172,8 +175,9 @@ boost::optional<Docket> DscAsyncRequestMessenger::AwaitDocket(
   const DocketRegistration registration(m_dockets, requestId);
   const time_duration effectiveTimeout =
       (!timeout.is_special() && timeout == time_duration(0, 0, 0)) ? m_defaultTimeout : timeout;
-  if (!WaitForAnswer(lock, requestId, effectiveTimeout, isStillRelevant))
+  if (!WaitForAnswer(lock, requestId, effectiveTimeout, isStillRelevant)) {
     return boost::none;
+  }
   // The answered docket is the registered one; it is ours unless the id was
   // already taken when we registered.
   const std::shared_ptr<Docket> answered = m_dockets[requestId].lock();
@@ -193,16 +197,18 @@ bool DscAsyncRequestMessenger::WaitForAnswer(boost::unique_lock<boost::mutex>& l
       ZEL_LOG_INFO("Aborted a OMB request because its result is no longer relevant");
       return false;
     }
-    if (isAnswered())
+    if (isAnswered()) {
       return true;
+    }
     if (!deadline) {
       m_answerSignal.wait(lock);
     } else if (m_answerSignal.wait_until(lock, *deadline) == boost::cv_status::timeout &&
                SteadyClock::now() >= *deadline) {
       // The callback thread may have stored the answer while this wait was
       // timing out (it held the mutex then): that answer is the result.
-      if (isAnswered())
+      if (isAnswered()) {
         return true;
+      }
       break;
     }
   }
@@ -218,51 +224,58 @@ void DscAsyncRequestMessenger::UpdateDocketList(const std::string& requestId,
   const auto entry = m_dockets.find(requestId);
   if (entry == m_dockets.end()) {
     ZEL_LOG_DEBUG("No docket for response ID '" << requestId << "'");
-    if (error.IsFailed())
+    if (error.IsFailed()) {
       ZEL_LOG_ERROR("Request " << requestId << ": Error '" << error.GetText() << "'");
+    }
     return;
   }
   ZEL_LOG_DEBUG("Got request for ID '" << requestId << "'.");
   const bool failed = error.IsFailed();
   std::string errorText = error.GetText();
   const std::shared_ptr<Docket> docket = entry->second.lock();
-  if (!docket)
+  if (!docket) {
     return;
+  }
   docket->SetContent(reply, std::move(errorText), !failed, true);
   m_answerSignal.notify_all();
 }
 
-void DscAsyncRequestMessenger::OnResponse(void*, const std::string& requestId,
+void DscAsyncRequestMessenger::OnResponse(void* /*context*/, const std::string& requestId,
                                           const std::string& response, const IError& error) {
-  if (error.IsFailed())
+  if (error.IsFailed()) {
     ZEL_LOG_ERROR("OMB error for request " << requestId << "; response: " << response);
+  }
   UpdateDocketList(requestId, response, error);
 }
 
-void DscAsyncRequestMessenger::OnRegisterApplication(void*, const std::string& requestId,
+void DscAsyncRequestMessenger::OnRegisterApplication(void* /*context*/,
+                                                     const std::string& requestId,
                                                      const IError& error) {
-  if (error.IsFailed())
+  if (error.IsFailed()) {
     ZEL_LOG_ERROR("OMB error for request " << requestId);
+  }
   UpdateDocketList(requestId, std::string(), error);
 }
 
-void DscAsyncRequestMessenger::OnGetConfiguration(void*, const std::string& requestId,
+void DscAsyncRequestMessenger::OnGetConfiguration(void* /*context*/, const std::string& requestId,
                                                   const std::string& config, const IError& error) {
-  if (error.IsFailed())
+  if (error.IsFailed()) {
     ZEL_LOG_ERROR("OMB error for request " << requestId << "; config: " << config);
+  }
   UpdateDocketList(requestId, config, error);
 }
 
-void DscAsyncRequestMessenger::OnSetConfiguration(void*, const std::string& requestId,
+void DscAsyncRequestMessenger::OnSetConfiguration(void* /*context*/, const std::string& requestId,
                                                   const IError& error) {
-  if (error.IsFailed())
+  if (error.IsFailed()) {
     ZEL_LOG_ERROR("OMB error for request " << requestId);
+  }
   UpdateDocketList(requestId, std::string(), error);
 }
 
-void DscAsyncRequestMessenger::OnGetValue(void*, const std::string& requestId, unsigned long id,
-                                          const std::string& urn, const std::string& value,
-                                          const IError& error) {
+void DscAsyncRequestMessenger::OnGetValue(void* /*context*/, const std::string& requestId,
+                                          unsigned long id, const std::string& urn,
+                                          const std::string& value, const IError& error) {
   if (error.IsFailed()) {
     ZEL_LOG_ERROR("OMB error for request " << requestId << "; id: " << id << "; urn: " << urn
                                            << "; value: " << value);
@@ -270,9 +283,9 @@ void DscAsyncRequestMessenger::OnGetValue(void*, const std::string& requestId, u
   UpdateDocketList(requestId, value, error);
 }
 
-void DscAsyncRequestMessenger::OnSetValue(void*, const std::string& requestId, unsigned long id,
-                                          const std::string& urn, const std::string& value,
-                                          const IError& error) {
+void DscAsyncRequestMessenger::OnSetValue(void* /*context*/, const std::string& requestId,
+                                          unsigned long id, const std::string& urn,
+                                          const std::string& value, const IError& error) {
   if (error.IsFailed()) {
     ZEL_LOG_ERROR("OMB error for request " << requestId << "; id: " << id << "; urn: " << urn
                                            << "; value: " << value);

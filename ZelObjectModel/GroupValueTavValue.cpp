@@ -29,7 +29,6 @@ namespace {
 
 using Catalogue::Decoding;
 using Catalogue::Encoding;
-using Layout::CodeText;
 
 // Every field of a TAVTIME in its declared order, separated by blanks,
 // numbers in decimal and the flags as 0 or 1.
@@ -53,15 +52,10 @@ KnxStack::GroupValue DateAndTime(const TAVTIME& time) {
   if (!TAVTIME::IsValidDate(time.year, time.month, time.day) || time.year < 1400) {
     return Layout::WriteDateTime({1970, 1, 1, 0, 0, 0, 0, 0x24});
   }
-  const std::int64_t seconds = time.hour * 3600L + time.minute * 60L + time.second;
-  const std::int64_t days =
-      Layout::DaysFromCivil(time.year, time.month, time.day) + seconds / 86400;
-  const std::int64_t secondOfDay = seconds % 86400;
-  const Layout::CivilDate date = Layout::CivilFromDays(days);
-  return Layout::WriteDateTime({date.year, date.month, date.day, Layout::WeekdayFromDays(days),
-                                static_cast<unsigned>(secondOfDay / 3600),
-                                static_cast<unsigned>(secondOfDay / 60 % 60),
-                                static_cast<unsigned>(secondOfDay % 60), 0x20});
+  const Layout::CarriedDateTime c =
+      Layout::CarryDateTime(time.year, time.month, time.day, time.hour, time.minute, time.second);
+  return Layout::WriteDateTime({c.date.year, c.date.month, c.date.day,
+                                Layout::WeekdayFromDays(c.days), c.hour, c.minute, c.second, 0x20});
 }
 
 // The object-model type of a DPT code; the empty type for a code no device
@@ -93,7 +87,7 @@ boost::optional<KnxStack::GroupValue> TavValueToGroupValue(const TAVVALUE& value
                   << TAVVALUE::GetNameFromValueType(value.ivt) << "'");
     return boost::none;
   }
-  const unsigned long main = Layout::MainOfCode(dptCode);
+  const unsigned long main = MainOfCode(dptCode);
   switch (Catalogue::Main(main).encoding) {
     case Encoding::Boolean: group.SetAsBoolean(value.GetByte() != 0); break;
     case Encoding::Unsigned2: group.SetAsUnsigned2(value.GetByte()); break;
@@ -180,8 +174,8 @@ bool CheckGroupValue(const KnxStack::GroupValue& value, unsigned long dptCode) {
   if (!Fits32(dptCode)) {
     return false;  // no DPT of the device has such a code
   }
-  KNXDPT dpt = Layout::DptOfCode(static_cast<std::uint32_t>(dptCode),
-                                 static_cast<std::uint8_t>(value.GetDefinedSize()));
+  KNXDPT dpt = DptOfCode(static_cast<std::uint32_t>(dptCode),
+                         static_cast<std::uint8_t>(value.GetDefinedSize()));
   KnxValueConverter* converter = SharedConverter();
   if (converter == nullptr) {
     ZEL_LOG_FATAL("Could not Init() the value converter");
@@ -215,7 +209,7 @@ boost::optional<std::string> ValidUtf8(std::string text) {
 // octets for its getter.
 boost::optional<TAVVALUE> Decode(const KnxStack::GroupValue& value, unsigned long dptCode,
                                  TavValueType expected, const Caller& caller) {
-  switch (Catalogue::Main(Layout::MainOfCode(dptCode)).decoding) {
+  switch (Catalogue::Main(MainOfCode(dptCode)).decoding) {
     case Decoding::Boolean: return ToTavValue(value.GetAsBoolean(), expected);
     case Decoding::Unsigned2: return ToTavValue<unsigned char>(value.GetAsUnsigned2(), expected);
     case Decoding::Unsigned3: return ToTavValue<unsigned char>(value.GetAsUnsigned3(), expected);
@@ -227,24 +221,21 @@ boost::optional<TAVVALUE> Decode(const KnxStack::GroupValue& value, unsigned lon
     case Decoding::Signed16: return ToTavValue<short>(value.GetAsSigned16(), expected);
     case Decoding::Float16: return ToTavValue<double>(value.GetAsFloat16(), expected);
     case Decoding::TimeOfDay: {
+      // The table's converter read the same octets and refused a time of
+      // day the stack does not take, so this reading succeeds.
       int hour = 0;
       int minute = 0;
       int second = 0;
       KnxStack::GroupValue::DayOfWeek day = KnxStack::GroupValue::NoDay;
-      if (!value.GetAsTimeOfDay(&hour, &minute, &second, &day)) {
-        ZEL_LOG_AT_FUNCTION(
-            log4cplus::WARN_LOG_LEVEL, ZEL_LOG_SOURCE, caller.function, caller.signature,
-            "Received invalid DPT 10 time of day: " << hour << ":" << minute << ":" << second);
-        return boost::none;
-      }
-      if (expected != ivtDayTime) {
-        return boost::none;
-      }
+      value.GetAsTimeOfDay(&hour, &minute, &second, &day);
       return ToTavValue(UndefinedBehaviourIfNone(ZelApp::TimeOfDay::Create(
                             hour, minute, second, static_cast<ZelApp::DayOfWeek>(day))),
                         expected);
     }
     case Decoding::Date: {
+      // The table's converter refused years beyond 99 and dates that are no
+      // calendar dates. The raw octets may still be more than the value's
+      // three.
       const KnxStack::BinaryData& raw = value.GetRawData();
       if (raw.GetLength() != 3) {
         ZEL_LOG_AT_FUNCTION(log4cplus::WARN_LOG_LEVEL, ZEL_LOG_SOURCE, caller.function,
@@ -253,26 +244,10 @@ boost::optional<TAVVALUE> Decode(const KnxStack::GroupValue& value, unsigned lon
                                 << raw.GetLength() << ", expected 3");
         return boost::none;
       }
-      if (raw.GetUInt8Value(2) >= 100) {
-        ZEL_LOG_AT_FUNCTION(log4cplus::WARN_LOG_LEVEL, ZEL_LOG_SOURCE, caller.function,
-                            caller.signature,
-                            "Received an invalid DPT 11.001 date from the KNX: Year "
-                                << unsigned{raw.GetUInt8Value(2)} << " is out of range (0-99)");
-        return boost::none;
-      }
       int day = 0;
       int month = 0;
       int year = 0;
       value.GetAsDate(&day, &month, &year);
-      if (year < 1990 || year > 2089 || month < 1 || month > 12 || day < 1 || day > 31) {
-        ZEL_LOG_AT_FUNCTION(
-            log4cplus::WARN_LOG_LEVEL, ZEL_LOG_SOURCE, caller.function, caller.signature,
-            "Received an invalid DPT 11.001 date from the KNX: " << year << "-" << month << "-"
-                                                                 << day);
-        return boost::none;
-      }
-      // A day beyond its month raises the calendar's bad-day-of-month error.
-      Layout::CheckCalendarDate(year, static_cast<unsigned>(month), static_cast<unsigned>(day));
       return TimeValueOf(static_cast<std::uint16_t>(year), static_cast<std::uint8_t>(month),
                          static_cast<std::uint8_t>(day), 0, 0, 0, expected);
     }
@@ -286,20 +261,15 @@ boost::optional<TAVVALUE> Decode(const KnxStack::GroupValue& value, unsigned lon
                                ValidUtf8(getUTF8FromLatin1(KnxStyleString(value.GetAsString14())))),
                            expected);
     case Decoding::DateTime: {
-      // The weekday bits and the flags are not read. A month or day of 0
-      // raises the calendar's bad-month / bad-day-of-month error, which
-      // leaves this function (intended).
+      // The weekday bits and the flags are not read; the table's converter
+      // refused dates that are no calendar dates.
       const Layout::DateTimeFields f = Layout::ReadDateTime(value);
-      Layout::CheckCalendarDate(f.year, f.month, f.day);
-      const std::int64_t seconds = f.hour * 3600L + f.minute * 60L + f.second;
-      const std::int64_t secondOfDay = seconds % 86400;
-      const Layout::CivilDate date =
-          Layout::CivilFromDays(Layout::DaysFromCivil(f.year, f.month, f.day) + seconds / 86400);
-      return TimeValueOf(static_cast<std::uint16_t>(date.year),
-                         static_cast<std::uint8_t>(date.month), static_cast<std::uint8_t>(date.day),
-                         static_cast<std::uint8_t>(secondOfDay / 3600),
-                         static_cast<std::uint8_t>(secondOfDay / 60 % 60),
-                         static_cast<std::uint8_t>(secondOfDay % 60), expected);
+      const Layout::CarriedDateTime c =
+          Layout::CarryDateTime(f.year, f.month, f.day, f.hour, f.minute, f.second);
+      return TimeValueOf(
+          static_cast<std::uint16_t>(c.date.year), static_cast<std::uint8_t>(c.date.month),
+          static_cast<std::uint8_t>(c.date.day), static_cast<std::uint8_t>(c.hour),
+          static_cast<std::uint8_t>(c.minute), static_cast<std::uint8_t>(c.second), expected);
     }
     case Decoding::None: return boost::none;  // a main number with a value type but no decoding
   }

@@ -1135,12 +1135,11 @@ bool KnxConverterDateTime::FromKnxValue(const KNXDPT& dpt, const KnxStack::Group
     return false;
   }
   if (endOfDay) {
-    const Layout::CivilDate next =
-        Layout::CivilFromDays(Layout::DaysFromCivil(f.year, f.month, f.day) + 1);
-    f.year = next.year;
-    f.month = next.month;
-    f.day = next.day;
-    f.hour = 0;
+    const Layout::CarriedDateTime next = Layout::CarryDateTime(f.year, f.month, f.day, 24, 0, 0);
+    f.year = next.date.year;
+    f.month = next.date.month;
+    f.day = next.date.day;
+    f.hour = next.hour;
     f.weekday = f.weekday == 0 ? 0 : f.weekday % 7 + 1;
   }
   TAVTIME time;

@@ -1,6 +1,6 @@
 // The octet layouts that both conversion paths (the DPT table's converters
 // and the conversion by DPT code) write and read, each written once: the
-// DPT code, the calendar behind dates, the 8-octet date and time, the
+// calendar behind dates, the 8-octet date and time, the
 // 3-octet colour. Each path keeps its own checks, messages and deliberate
 // differences around these; nothing here logs.
 #pragma once
@@ -15,29 +15,6 @@
 
 namespace Zel {
 namespace Layout {
-
-// ---------------------------------------------------------------------------
-// DPT code: main * 65536 + sub (9.001 is 589825).
-
-inline unsigned long MainOfCode(unsigned long code) {
-  return code >> 16;
-}
-inline std::uint16_t SubOfCode(unsigned long code) {
-  return static_cast<std::uint16_t>(code & 0xFFFFu);
-}
-
-// The DPT of a code that fits 32 bits, with the given size.
-inline KNXDPT DptOfCode(std::uint32_t code, std::uint8_t bits) {
-  return KNXDPT{bits, static_cast<std::uint16_t>(code >> 16), SubOfCode(code)};
-}
-
-// Streams main "." sub of a code.
-struct CodeText {
-  unsigned long code;
-};
-inline std::ostream& operator<<(std::ostream& os, CodeText text) {
-  return os << MainOfCode(text.code) << '.' << SubOfCode(text.code);
-}
 
 // ---------------------------------------------------------------------------
 // Calendar: the proleptic Gregorian calendar in plain arithmetic, days
@@ -92,6 +69,26 @@ constexpr CivilDate CivilFromDays(std::int64_t days) {
 constexpr unsigned WeekdayFromDays(std::int64_t days) {
   const std::int64_t fromMonday = (days % 7 + 7 + 3) % 7;
   return static_cast<unsigned>(fromMonday) + 1;
+}
+
+// A date and a time of day whose hour, minute or second may lie beyond its
+// range, carried into the following days (24:00:00 is midnight of the next
+// day): the date, its day count and the time of day. Both conversion paths
+// carry dates with it.
+struct CarriedDateTime {
+  CivilDate date;
+  std::int64_t days;
+  unsigned hour;
+  unsigned minute;
+  unsigned second;
+};
+constexpr CarriedDateTime CarryDateTime(std::int64_t year, unsigned month, unsigned day,
+                                        unsigned hour, unsigned minute, unsigned second) {
+  const std::int64_t seconds = hour * 3600L + minute * 60L + second;
+  const std::int64_t days = DaysFromCivil(year, month, day) + seconds / 86400;
+  const std::int64_t secondOfDay = seconds % 86400;
+  return {CivilFromDays(days), days, static_cast<unsigned>(secondOfDay / 3600),
+          static_cast<unsigned>(secondOfDay / 60 % 60), static_cast<unsigned>(secondOfDay % 60)};
 }
 
 // Throws what the calendar of Boost.Date_Time throws for these fields

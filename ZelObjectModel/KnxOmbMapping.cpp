@@ -2,6 +2,7 @@
 
 #include "DptCatalogue.h"
 #include "NumericCast.h"
+#include "Zel/KnxDpt.h"
 #include "Zel/TavValueHelper.h"
 
 #include "ZelLog/Logging.h"
@@ -132,7 +133,7 @@ const Catalogue::MainRow* FindMain(unsigned long mainNumber) {
   return row.defaultValue == Catalogue::DefaultValue::None ? nullptr : &row;
 }
 
-constexpr Id kDpt6020 = (6u << 16) | 20u;  // 393236
+constexpr unsigned long kDpt6020 = DptCode(KNXDPT{8, 6, 20});
 
 }  // namespace
 
@@ -336,7 +337,7 @@ std::string KnxOmbMapping::GetIvtFromMainType(unsigned long mainNumber) {
 }
 
 TavValueType KnxOmbMapping::GetIvtFromDpt(unsigned int dptCode) {
-  const Catalogue::MainRow* row = FindMain(dptCode >> 16);
+  const Catalogue::MainRow* row = FindMain(MainOfCode(dptCode));
   return row ? row->modelType : ivtEmpty;
 }
 
@@ -346,7 +347,7 @@ std::string KnxOmbMapping::GetIstFromMainType(unsigned long mainNumber) {
 }
 
 std::string KnxOmbMapping::GetDefaultValueFromDpt(unsigned long dptCode, bool internalFormat) {
-  const Catalogue::MainRow* row = FindMain(dptCode >> 16);
+  const Catalogue::MainRow* row = FindMain(MainOfCode(dptCode));
   if (!row) {
     return std::string();
   }
@@ -367,7 +368,7 @@ std::string KnxOmbMapping::GetDefaultValueFromDpt(unsigned long dptCode, bool in
 }
 
 TAVVALUE KnxOmbMapping::CreateDefaultValueEmpty(TavValueType ivt) {
-  const TAVVALUE emptyTavValue;
+  TAVVALUE emptyTavValue;
   ZEL_ASSERT(emptyTavValue.ivt == ivt);
   return emptyTavValue;
 }

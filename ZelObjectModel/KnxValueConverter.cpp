@@ -101,13 +101,32 @@ const DptValueEntry& DptValueMap::EmptyEntry() {
 
 namespace {
 
-bool IsOneOf(TavValueType type, std::initializer_list<TavValueType> types) {
-  for (const TavValueType t : types) {
-    if (t == type) {
-      return true;
-    }
+// The families of value types whose values a row of another member of the
+// family takes; each type is in one family at most.
+enum class Family : std::uint8_t { None, Number, Integer, Byte, Word, Date, Time, DateTime };
+Family FamilyOf(TavValueType type) {
+  switch (type) {
+    case ivtFloat:
+    case ivtPercent:
+    case ivtScaling:
+    case ivtDimming:
+    case ivtAngle: return Family::Number;
+    case ivtInteger:
+    case ivtTimePeriod: return Family::Integer;
+    case ivtByte:
+    case ivtEnumByte: return Family::Byte;
+    case ivtWord:
+    case ivtDWord:
+    case ivtCounter: return Family::Word;
+    case ivtDate:
+    case ivtDateUtc: return Family::Date;
+    case ivtTime:
+    case ivtTimeUtc: return Family::Time;
+    case ivtDateTime:
+    case ivtDateTimeUtc:
+    case ivtTimestamp: return Family::DateTime;
+    default: return Family::None;
   }
-  return false;
 }
 
 }  // namespace
@@ -130,32 +149,14 @@ bool KnxValueConverter::AreValueTypesCompatible(TavValueType a, TavValueType b) 
   if (a == b) {
     return true;
   }
-  // Grouped by the value's type. The relation is deliberately one-sided:
-  // the date-and-time types accept dates and times, not the other way round.
-  switch (a) {
-    case ivtFloat:
-    case ivtPercent:
-    case ivtScaling:
-    case ivtDimming:
-    case ivtAngle: return IsOneOf(b, {ivtFloat, ivtPercent, ivtScaling, ivtDimming, ivtAngle});
-    case ivtInteger:
-    case ivtTimePeriod: return IsOneOf(b, {ivtInteger, ivtTimePeriod});
-    case ivtByte:
-    case ivtEnumByte: return IsOneOf(b, {ivtByte, ivtEnumByte});
-    case ivtWord:
-    case ivtDWord:
-    case ivtCounter: return IsOneOf(b, {ivtWord, ivtDWord, ivtCounter});
-    case ivtDate:
-    case ivtDateUtc: return IsOneOf(b, {ivtDate, ivtDateUtc});
-    case ivtTime:
-    case ivtTimeUtc: return IsOneOf(b, {ivtTime, ivtTimeUtc});
-    case ivtDateTime:
-    case ivtDateTimeUtc:
-    case ivtTimestamp:
-      return IsOneOf(
-          b, {ivtDate, ivtTime, ivtDateTime, ivtTimestamp, ivtDateTimeUtc, ivtTimeUtc, ivtDateUtc});
-    default: return false;
+  // Within a family; and deliberately one-sided: the date-and-time types
+  // accept dates and times, not the other way round.
+  const Family fa = FamilyOf(a);
+  const Family fb = FamilyOf(b);
+  if (fa == Family::DateTime) {
+    return fb == Family::DateTime || fb == Family::Date || fb == Family::Time;
   }
+  return fa != Family::None && fa == fb;
 }
 
 bool KnxValueConverter::GetDefaultMappingDptForSize(KNXDPT& dpt) {
@@ -306,65 +307,14 @@ bool KnxValueConverter::FromKnxValue(KNXDPT& dpt, const KnxStack::GroupValue& in
   }
 }
 
-namespace {
-
-IntegerRange IntegerRangeOf(const Catalogue::Range& r) {
-  return IntegerRange(static_cast<std::int32_t>(r.a), static_cast<std::int32_t>(r.b),
-                      static_cast<std::int32_t>(r.c), static_cast<std::int32_t>(r.d));
-}
-LongIntegerRange LongIntegerRangeOf(const Catalogue::Range& r) {
-  return LongIntegerRange(static_cast<std::int64_t>(r.a), static_cast<std::int64_t>(r.b),
-                          static_cast<std::int64_t>(r.c), static_cast<std::int64_t>(r.d));
-}
-FloatIntegerRange FloatIntegerRangeOf(const Catalogue::Range& r) {
-  return FloatIntegerRange(static_cast<std::int32_t>(r.a), static_cast<std::int32_t>(r.b), r.c,
-                           r.d);
-}
-FloatRange FloatRangeOf(const Catalogue::Range& r) {
-  return FloatRange(r.a, r.b, r.c, r.d);
-}
-
-// Calls `use` with the prototype converter of `row`, its range built.
-template <class Use>
-bool WithPrototype(const Catalogue::TableRow& row, Use use) {
-  using C = Catalogue::Converter;
-  switch (row.converter) {
-    case C::Bit1: return use(KnxConverter1Bit());
-    case C::Bit2: return use(KnxConverter2Bit());
-    case C::Bit4: return use(KnxConverter4Bit(FloatIntegerRangeOf(row.range)));
-    case C::Char8: return use(KnxConverter8BitString(IntegerRangeOf(row.range)));
-    case C::Byte8Unsigned: return use(KnxConverterByte8BitUnsigned(IntegerRangeOf(row.range)));
-    case C::Integer8Signed: return use(KnxConverterInteger8BitSigned(IntegerRangeOf(row.range)));
-    case C::Status8: return use(KnxConverterStatus8Bit(IntegerRangeOf(row.range)));
-    case C::Integer16Unsigned:
-      return use(KnxConverterInteger16BitUnsigned(IntegerRangeOf(row.range)));
-    case C::Integer16Signed: return use(KnxConverterInteger16BitSigned(IntegerRangeOf(row.range)));
-    case C::Float16: return use(KnxConverterFloat16BitFloat(FloatRangeOf(row.range)));
-    case C::Float32: return use(KnxConverterFloat32BitFloat(FloatRangeOf(row.range)));
-    case C::Integer24Unsigned:
-      return use(KnxConverterInteger24BitUnsigned(LongIntegerRangeOf(row.range)));
-    case C::Integer32Unsigned:
-      return use(KnxConverterInteger32BitUnsigned(LongIntegerRangeOf(row.range)));
-    case C::Integer32Signed: return use(KnxConverterInteger32BitSigned(IntegerRangeOf(row.range)));
-    case C::String14: return use(KnxConverter14ByteString(IntegerRangeOf(row.range)));
-    case C::TimeOfDay: return use(KnxConverterTimeOfDay());
-    case C::Date: return use(KnxConverterDate());
-    case C::DateTime: return use(KnxConverterDateTime());
-    case C::SceneNumber: return use(KnxConverterSceneNumber(IntegerRangeOf(row.range)));
-    case C::SceneControl: return use(KnxConverterSceneControl(IntegerRangeOf(row.range)));
-    case C::SceneInfo: return use(KnxConverterSceneInfo(IntegerRangeOf(row.range)));
-  }
-  return false;
-}
-
-}  // namespace
+static_assert(Catalogue::kAny == KnxValueConverter::kAnySize, "one value for any size");
 
 // The rows of the DPT catalogue, in its order. A failed row is logged and
 // skipped, and the fill still answers true.
 bool KnxValueConverter::FillDptValueMap() {
   m_map.Clear();
   for (const Catalogue::TableRow& row : Catalogue::kTableRows) {
-    const bool added = WithPrototype(row, [this, &row](const KnxConverter& prototype) {
+    const bool added = Catalogue::WithPrototype(row, [this, &row](const KnxConverter& prototype) {
       return AddDptValueMapEntry(row.mainNumber, row.subNumber, row.bitSize, row.valueType,
                                  row.valueSubType, prototype);
     });

@@ -20,6 +20,6 @@ TAVVALUE TimeValueOf(std::uint16_t year, std::uint8_t month, std::uint8_t day, s
 
 // ToTavValue(const std::string&, expectedType) for a text the caller gives
 // up: the same checks, no copy.
-TAVVALUE StringValueOf(std::string&& text, TavValueType expectedType);
+TAVVALUE StringValueOf(std::string&& value, TavValueType expectedType);
 
 }  // namespace Zel

@@ -110,12 +110,13 @@ TEST(AppHostConfig, FileFailuresAreLoggedAndKeepEarlierValues) {
   AppHostConfiguration config;
   config.LoadConfigurationFile(WriteFile(kExample));
   Tests::LogCapture log;
-  for (const std::string& bad : {std::string("ZelAppHostConfig"), std::string("<ZelAppHostConfig WithoutKNX='0'>"), std::string("<ZelAppHostConfig WithoutKNX=0/>"), Nested(100000)})  // the last 700 KB
+  for (const std::string& bad : {std::string("ZelAppHostConfig"), std::string("<ZelAppHostConfig WithoutKNX='0'>"), std::string("<ZelAppHostConfig WithoutKNX=0/>"), std::string("<ZelAppHostConfig WithoutKNX='1'?>"), Nested(100000)})  // the last 700 KB
     config.LoadConfigurationFile(WriteFile(bad, "bad.xml"));
   config.LoadConfigurationFile(TempPath("missing \"a&b\".xml"));
+  config.LoadConfigurationFile("/proc/self/status");                                                                       // its size says 0: read to its end all the same
   config.LoadConfigurationFile(WriteFile(std::string("<ZelAppHostConfig TerminateOnFirmwareUpdate='1'/>") + '\0' + '<'));  // the parser stops at the zero byte
   const Tests::ExpectedEntry fallBack = Error("Falling back to standard configuration.");
-  std::vector<Tests::ExpectedEntry> expected = {Error("Failed to read configuration file: expected <"), fallBack, Error("Failed to read configuration file: unexpected end of data"), fallBack, Error("Failed to read configuration file: expected ' or \""), fallBack, Error("Failed to read configuration file: elements nested deeper than 256"), fallBack, Error("App host config file cannot be read from: \"" + TempPath("missing &\"a&&b&\".xml") + "\"")};
+  std::vector<Tests::ExpectedEntry> expected = {Error("Failed to read configuration file: expected <"), fallBack, Error("Failed to read configuration file: unexpected end of data"), fallBack, Error("Failed to read configuration file: expected ' or \""), fallBack, Error("Failed to read configuration file: expected >"), fallBack, Error("Failed to read configuration file: elements nested deeper than 256"), fallBack, Error("App host config file cannot be read from: \"" + TempPath("missing &\"a&&b&\".xml") + "\""), Error("Failed to read configuration file: expected <"), fallBack};
   if (!std::ifstream(kAppHostConfigFilePath)) {  // the fixed path, where no device file is installed
     config.LoadConfigurationFile();
     expected.push_back(Error("App host config file cannot be read from: \"/opt/userdata/etc/zelapphost/zelapphostconfig.xml\""));
@@ -136,12 +137,17 @@ TEST(AppHostConfig, NestingIsBoundedBeforeTheParserSeesIt) {
       {"1000 siblings", Nested(2, Repeat("<b/><c></c>", 1000)), true},
       {"comment", Nested(2, "<!--" + repeated + "-->"), true},
       {"CDATA", Nested(2, "<![CDATA[" + repeated + "]]>"), true},
+      {"two CDATA sections", Nested(2, "<![CDATA[x]]><![CDATA[" + repeated + "]]>"), true},
       {"processing instruction", "<?pi " + repeated + "?>" + Nested(2), true},
+      {"processing instruction without a target", "<?>" + repeated + "?>" + Nested(2), true},
       {"attribute values", Nested(2, "<b x='" + repeated + "' y=\"" + repeated + "\"/>"), true},
       {"DOCTYPE", "<!DOCTYPE d ] [" + repeated + "[<!-- ]]>" + Nested(2), true},
+      {"DOCTYPE ending in <>", "<!DOCTYPE x<>" + Nested(256), true},
       {"unknown declaration", Nested(2, "<!x <a>>"), true},
       {"257 levels", Nested(257), false},
       {"257 levels, the last empty", Nested(256, "<b/>"), false},
+      {"257 levels, attribute values holding />", "<ZelAppHostConfig WithoutKNX='1'>" + Repeat("<a x='/>'>", 128) + Repeat("<a\nx='/>'>", 128) + Repeat("</a>", 256) + "</ZelAppHostConfig>", false},
+      {"257 levels after a DOCTYPE with markup in its brackets", "<?xml version='1.0'?><!DOCTYPE d [<!ELEMENT a ANY>]>" + Nested(257), false},
       {"257 levels, not closed", Nested(257).substr(0, Nested(257).find("</a>")), false},
       {"a comment does not hide what follows it", Nested(256, "<!-- -->" + repeated), false},
       {"100000 levels", Nested(100000), false},  // overflowed the stack before the bound
@@ -158,6 +164,8 @@ TEST(AppHostConfig, NestingIsBoundedBeforeTheParserSeesIt) {
 TEST(AppHostConfig, FlagSettersAndTheirIntendedAsymmetry) {
   AppHostConfiguration config;
   static_assert(std::is_void_v<decltype(config.SetAppHostStartupDisabled(true))>);  // only the connector host's reports the old value
+  config.SetAppHostStartupDisabled(true);
+  EXPECT_TRUE(config.IsAppHostStartupDisabled());
   EXPECT_FALSE(config.SetAppConnectorHostStartupDisabled(true));
   EXPECT_TRUE(config.SetAppConnectorHostStartupDisabled(false));
   EXPECT_FALSE(config.ReplaceAppDebugMode(true));

@@ -6,6 +6,7 @@
 #include <boost/date_time/gregorian/gregorian.hpp>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <string>
 
@@ -53,6 +54,23 @@ TEST(DptCatalogue, MainRowsAreSortedAndConvertOnlyWhatTheModelTypes) {
   EXPECT_EQ(&Catalogue::Main(0), &Catalogue::kNoMainRow);
   EXPECT_EQ(&Catalogue::Main(242), &Catalogue::kNoMainRow);
   EXPECT_EQ(&Catalogue::Main(0xFFFFFFFFul), &Catalogue::kNoMainRow);
+}
+
+// The range column of zelknx's DPT table, one row per range class.
+TEST(DptCatalogue, RangeTextsOfTheRows) {
+  const std::pair<std::string, std::string> cases[] = {
+      {"1.x", "-"},
+      {"3.x", "FloatIntegerRange(-100, 100, 0, 15)"},
+      {"5.x", "IntegerRange(0, 255, 0, 255)"},
+      {"9.001", "FloatRange(-273, 670760, -273, 670760)"},
+      {"12.x", "IntegerRange(0, 4294967295, 0, 4294967295)"},
+      {"26.x", "IntegerRange(-64, 64, 0, 255)"},
+  };
+  for (const auto& [label, text] : cases) {
+    const auto row = std::find_if(std::begin(Catalogue::kTableRows), std::end(Catalogue::kTableRows), [&](const Catalogue::TableRow& r) { return label == r.label; });
+    ASSERT_NE(row, std::end(Catalogue::kTableRows)) << label;
+    EXPECT_EQ(Catalogue::RangeText(*row), text);
+  }
 }
 
 // Every day of years 1400..2600 and the last years of the calendar: the day

@@ -73,6 +73,7 @@ TEST(DscAsyncRequestMessenger, RequestOutcomes) {
     std::vector<ExpectedEntry> log;  // above DEBUG
   } const cases[] = {
       {"RegisterApplication", {}, 1, [](Rig& r) { return r.messenger.RegisterApplication("a", "1", "z"); }, {"", "", true, true}, 1, {}},
+      {"RegisterApplication, time-out", {none}, 0, [](Rig& r) { return r.messenger.RegisterApplication("a", "1", "z"); }, kNone, 1, Exhausted(TimedOut("00:00:01", "00:00:00"), "0")},
       {"SetValue", {}, 1, [](Rig& r) { return r.messenger.SetValue(9, Real(1.5), true); }, {"set 9 to 3:1.5 for r1", "", true, true}, 1, {}},
       {"GetValue", {}, 1, GetValue7, {"value of 7 for r1", "", true, true}, 1, {}},
       {"Request", {}, 1, [](Rig& r) { return r.messenger.Request("x", pt::seconds(0)); }, {"response to x for r1", "", true, true}, 1, {}},
@@ -87,6 +88,7 @@ TEST(DscAsyncRequestMessenger, RequestOutcomes) {
       {"negative infinity: no wait", {none}, 0, [](Rig& r) { return r.messenger.Request("x", pt::neg_infin); }, kNone, 1, Exhausted(TimedOut("-infinity", "-infinity"), "0")},
       {"not-a-date-time: no wait", {none}, 0, [](Rig& r) { return r.messenger.Request("x", pt::not_a_date_time); }, kNone, 1, Exhausted(TimedOut("not-a-date-time", "not-a-date-time"), "0")},
       {"positive infinity: no deadline", {slow}, 0, [](Rig& r) { return r.messenger.Request("x", pt::pos_infin); }, {"response to x for r1", "", true, true}, 1, {}},
+      {"a time-out below a second", {slow}, 0, [](Rig& r) { return r.messenger.Request("x", pt::milliseconds(900)); }, {"response to x for r1", "", true, true}, 1, {}},
       {"centuries: no overflow", {slow}, 0, [](Rig& r) { return r.messenger.Request("x", pt::hours(5000000)); }, {"response to x for r1", "", true, true}, 1, {}},
       // Intended: the count given is retries; one attempt more is made, and empty ids do not wait.
       {"empty id, no retries", {empty}, 0, GetValue7, kNone, 1, Exhausted({emptyId}, "0")},
@@ -215,6 +217,12 @@ TEST(DscAsyncRequestMessenger, AnswersForUnknownIdsAreLoggedAndDropped) {
     deliver(*rig.client.ResponseHandler(), TestError(false));
     EXPECT_TRUE(log.Equals({Debug("No docket for response ID 'q'")}));
   }
+}
+
+TEST(DscAsyncRequestMessenger, NativeFormatReachesTheDeviceStack) {
+  Rig rig({});
+  rig.messenger.EnableNativeFormat();
+  EXPECT_EQ(rig.client.ValueFormat(), "Native");
 }
 
 TEST(RemoteRequestMessengerDeviceStack, ValueTextFollowsTheFormatFlag) {

@@ -5,6 +5,7 @@
 // TavValueToGroupValue); the targets list them as exceptions, and these
 // cases pin the behaviour each input showed, so that the lists stay true.
 #include "LogCapture.h"
+#include "TestValues.h"
 
 #include "Zel/GroupValueTavValue.h"
 #include "Zel/KnxValueConverter.h"
@@ -18,9 +19,7 @@
 namespace Zel {
 namespace {
 
-KnxStack::GroupValue Group(const std::vector<std::uint8_t>& octets, std::uint32_t bits) {
-  return KnxStack::GroupValue(KnxStack::BinaryData(octets.data(), octets.size()), bits);
-}
+using Tests::Group;
 
 // "type:text" of a value; "refused" for none.
 std::string Text(const boost::optional<TAVVALUE>& value) {
@@ -29,10 +28,6 @@ std::string Text(const boost::optional<TAVVALUE>& value) {
 // "octets/bits" of a group value; "refused" for none.
 std::string Text(const boost::optional<KnxStack::GroupValue>& group) {
   return group ? group->GetRawData().ToString() + "/" + std::to_string(group->GetDefinedSize()) : "refused";
-}
-
-std::uint32_t Code(const KNXDPT& dpt) {
-  return (std::uint32_t{dpt.mainNumber} << 16) | dpt.subNumber;
 }
 
 // Each input decoded on the direct path and in the table; where the round
@@ -71,7 +66,7 @@ TEST(FuzzFindings, RoundTripAsymmetriesAndPathDifferences) {
     SCOPED_TRACE(c.reason);
     KNXDPT dpt = c.dpt;
     const KnxStack::GroupValue in = Group(c.octets, dpt.bitSize);
-    const auto direct = GroupValueToTavValue(in, Code(dpt));
+    const auto direct = GroupValueToTavValue(in, DptCode(dpt));
     const auto inTable = tableDecode(dpt, in);
     EXPECT_EQ(Text(direct), c.direct);
     EXPECT_EQ(Text(inTable), c.table);
@@ -79,9 +74,9 @@ TEST(FuzzFindings, RoundTripAsymmetriesAndPathDifferences) {
     if (c.encoded == nullptr || !decoded)
       continue;
     KnxStack::GroupValue group;
-    const auto encoded = c.roundTripDirect ? TavValueToGroupValue(*decoded, Code(dpt)) : (table.ToKnxValue(dpt, *decoded, group) ? boost::make_optional(group) : boost::none);
+    const auto encoded = c.roundTripDirect ? TavValueToGroupValue(*decoded, DptCode(dpt)) : (table.ToKnxValue(dpt, *decoded, group) ? boost::make_optional(group) : boost::none);
     EXPECT_EQ(Text(encoded), c.encoded);
-    EXPECT_EQ(encoded ? Text(c.roundTripDirect ? GroupValueToTavValue(*encoded, Code(dpt)) : tableDecode(dpt, *encoded)) : "", c.decodedAgain);
+    EXPECT_EQ(encoded ? Text(c.roundTripDirect ? GroupValueToTavValue(*encoded, DptCode(dpt)) : tableDecode(dpt, *encoded)) : "", c.decodedAgain);
   }
 }
 

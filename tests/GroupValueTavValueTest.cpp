@@ -48,7 +48,9 @@ TEST(TavValueToGroupValue, EncodesEachMainNumber) {
       {"14.x", Code(14, 0), Real(-2.5), {0xC0, 0x20, 0x00, 0x00}, 32, ""},
       {"16.001", Code(16, 1), Text("\xC3\xBC\xE2\x82\xAC"), {0xFC, '?', 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}, 112, ""},
       {"17.001", Code(17, 1), Bits(ivtByte, 63), {0x3F}, 8, ""},
+      {"18.001 learn bit", Code(18, 1), Bits(ivtByte, 0x85), {0x85}, 8, ""},
       {"19.001", Code(19, 1), Time(ivtDateTime, 2023, 2, 28, 13, 45, 7, 0), {123, 2, 28, 0x4D, 45, 7, 0x20, 0}, 64, ""},
+      {"19.001 23:59:61 carries into Wednesday", Code(19, 1), Time(ivtDateTime, 2023, 2, 28, 23, 59, 61, 0), {123, 3, 1, 0x60, 0, 1, 0x20, 0}, 64, ""},
       {"19.001 no date", Code(19, 1), Time(ivtDateTime, 0, 0, 0, 13, 45, 7, 0), {70, 1, 1, 0, 0, 0, 0x24, 0}, 64, ""},
       {"19.001 day 31 of April", Code(19, 1), Time(ivtDateTime, 2023, 4, 31, 1, 2, 3, 0), {70, 1, 1, 0, 0, 0, 0x24, 0}, 64, ""},
       {"232.600", Code(232, 600), Bits(ivtDWord, 0x00123456), {0x12, 0x34, 0x56}, 24, ""},
@@ -114,6 +116,7 @@ TEST(GroupValueToTavValue, DecodesEachMainNumber) {
        "Gr\xC3\xBC\xC3\x9F"
        "e"},
       {"232.600", Code(232, 600), {0x12, 0x34, 0x56}, 24, ivtDWord, "1193046"},
+      {"18.001 learn bit", Code(18, 1), {0x85}, 8, ivtByte, "133"},
   };
   for (const Received& c : cases) {
     SCOPED_TRACE(c.label);
@@ -139,6 +142,9 @@ TEST(GroupValueToTavValue, DatesAndTimesBecomeTheirTypes) {
   EXPECT_EQ(date->ivt, ivtDate);
   EXPECT_EQ(date->GetTime().year, 2023);
   EXPECT_EQ(date->GetTime().day, 28);
+  LogCapture log(log4cplus::WARN_LOG_LEVEL);  // raw octets beyond the three the table checks
+  EXPECT_FALSE(GroupValueToTavValue(Group({0x1C, 0x02, 0x17, 0x00}, 24), Code(11, 1)));
+  EXPECT_TRUE(log.Equals({Warn("Received an invalid DPT 11.001 date from the KNX: Length in bytes is 4, expected 3")}));
 
   const auto both = GroupValueToTavValue(Group({123, 2, 28, 0x4D, 45, 7, 0x20, 0}, 64), Code(19, 1));
   ASSERT_TRUE(both);

@@ -168,6 +168,7 @@ TEST(KnxOmbMapping, ValueTypeAndDefaultOfEveryMainNumber) {
   EXPECT_EQ(M::GetDefaultValueFromDpt(393236, false), "6:1");  // 6.020 (intended)
   EXPECT_EQ(M::GetDefaultValueFromDpt(393236, true), "6.7:1");
   EXPECT_EQ(M::GetDefaultValueFromDpt(393217, false), "6:0");
+  EXPECT_EQ(M::GetDefaultValueFromDpt(655361, false), "15:0000-00-00 00:00:00.000 w=0 utc=0 dst=0");  // 10.001: no date, local time
 }
 
 using KnxOmbMappingDeathTest = ::testing::Test;

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <tuple>
 #include <typeinfo>
 
 namespace Zel {
@@ -15,18 +16,19 @@ namespace {
 
 using namespace Tests;
 
-// A converter that counts its live instances and can throw from the stack.
+// A converter that counts its live instances, can throw from the stack and
+// can clone to nothing (a broken row).
 std::atomic<int> g_liveProbes{0};
 class ProbeConverter final : public KnxConverter {
  public:
-  explicit ProbeConverter(bool throws = false)
-      : m_throws(throws) { ++g_liveProbes; }
+  explicit ProbeConverter(bool throws = false, bool clones = true)
+      : m_throws(throws), m_clones(clones) { ++g_liveProbes; }
   ProbeConverter(const ProbeConverter& other)
-      : KnxConverter(other), m_throws(other.m_throws) {
+      : KnxConverter(other), m_throws(other.m_throws), m_clones(other.m_clones) {
     ++g_liveProbes;
   }
   ~ProbeConverter() override { --g_liveProbes; }
-  KnxConverter* Clone() const override { return new ProbeConverter(*this); }
+  KnxConverter* Clone() const override { return m_clones ? new ProbeConverter(*this) : nullptr; }
   bool ToKnxValue(const KNXDPT&, const TAVVALUE&, KnxStack::GroupValue&) override {
     if (m_throws)
       throw KnxStack::GroupValueException("probe");
@@ -40,6 +42,7 @@ class ProbeConverter final : public KnxConverter {
 
  private:
   bool m_throws;
+  bool m_clones;
 };
 
 TEST(DptValueMap, FirstRegistrationWinsAndDuplicatesCountAsSuccess) {
@@ -113,6 +116,7 @@ TEST(KnxValueConverter, CompatibilityIsDeliberatelyOneSided) {
       {ivtDateTime, ivtDate, true},
       {ivtDate, ivtDateTime, false},
       {ivtTimestamp, ivtTimeUtc, true},
+      {ivtDateTimeUtc, ivtTimestamp, true},
       {ivtTime, ivtDateTime, false},
       {ivtTimeUtc, ivtTime, true},
       {ivtDateUtc, ivtTime, false},
@@ -187,11 +191,18 @@ TEST(KnxValueConverter, DefaultDptForSize) {
   }
 }
 
+// The size of every main number that has one, as the size check has it
+// ("*": any size); the others have none.
 TEST(KnxValueConverter, ExpectedBitSizes) {
-  const std::pair<int, std::int32_t> cases[] = {{0, 0}, {1, 1}, {16, 112}, {24, KnxValueConverter::kAnySize}, {31, 3}, {32, 0}, {199, 0}, {200, 9}, {208, 0}, {232, 24}, {233, 0}, {241, 32}, {242, 0}, {65535, 0}};
-  for (const auto& c : cases) {
-    EXPECT_EQ(KnxValueConverter::GetExpectedBitSize(static_cast<std::uint16_t>(c.first)), c.second) << c.first;
+  std::string sizes;
+  for (std::uint32_t main = 0; main <= 65535; ++main) {
+    const std::int32_t bits = KnxValueConverter::GetExpectedBitSize(static_cast<std::uint16_t>(main));
+    if (bits != 0)
+      sizes += std::to_string(main) + ":" + (bits == KnxValueConverter::kAnySize ? "*" : std::to_string(bits)) + " ";
   }
+  EXPECT_EQ(sizes,
+            "1:1 2:2 3:4 4:8 5:8 6:8 7:16 8:16 9:16 10:24 11:24 12:32 13:32 14:32 15:32 16:112 17:8 18:8 19:64 20:8 21:8 22:16 23:8 24:* 25:8 26:8 27:32 28:* 29:64 30:24 31:3 "
+            "200:9 201:16 202:16 203:24 204:16 205:24 206:24 207:16 209:24 210:32 211:16 212:48 213:64 214:32 215:40 216:40 217:16 218:40 219:48 220:32 221:48 222:48 223:24 224:48 225:24 229:48 230:64 231:32 232:24 234:16 235:48 236:8 237:16 238:8 239:16 240:24 241:32 ");
 }
 
 class Converting : public ::testing::Test {
@@ -211,7 +222,7 @@ TEST_F(Converting, MissingDptIsChosenByTypeThenBySize) {
   EXPECT_EQ(dpt.bitSize, 16);
   EXPECT_EQ(out.GetRawData().ToString(), "0c 33");
 
-  KNXDPT empty = Dpt(0, 0, 0);
+  KNXDPT empty;  // as a caller declares it: no DPT, no size
   EXPECT_FALSE(converter.ToKnxValue(empty, TAVVALUE(), out));
   EXPECT_TRUE(log.Equals({Info("Could not find DPT for bit size 0")}));
 }
@@ -296,17 +307,33 @@ TEST_F(Converting, MissingDptWhenDecodingComesFromTheSize) {
                           Error("Convert from KNX value failed. Missing DPT. GroupValue = 01 02 03")}));
 }
 
-TEST(KnxValueConverterExceptions, EncodingAnswersTrueDecodingFalse) {
-  KnxValueConverter converter;
-  converter.AddDptValueMapEntry(9, 0, 16, ivtFloat, TavDP::vstGeneric, ProbeConverter(true));
-  LogCapture log;
-  KNXDPT dpt = Dpt(9, 1);
-  KnxStack::GroupValue group = Group({0, 0}, 16);
-  EXPECT_TRUE(converter.ToKnxValue(dpt, Typed(ivtFloat), group));
-  TAVVALUE value;
-  EXPECT_FALSE(converter.FromKnxValue(dpt, group, value));
-  EXPECT_TRUE(log.Equals({Error("Exception caught during conversion of TAVVALUE to GroupValue: probe"),
-                          Error("Exception caught during conversion of GroupValue: probe")}));
+TEST(DptValueMap, EmptyEntryIsDpt0Point0OfNoSize) {
+  const KNXDPT& none = DptValueMap::EmptyEntry().dpt;
+  EXPECT_EQ(std::make_tuple(int{none.bitSize}, int{none.mainNumber}, int{none.subNumber}), std::make_tuple(0, 0, 0));
+}
+
+// A row whose converter throws (encoding answers true, intended), and one
+// without a converter: what each direction answers and logs.
+TEST(KnxValueConverter, BrokenRowsAnswerAndLog) {
+  const struct {
+    ProbeConverter probe;
+    bool encoded;
+    std::vector<ExpectedEntry> log;
+  } cases[] = {
+      {ProbeConverter(true), true, {Error("Exception caught during conversion of TAVVALUE to GroupValue: probe"), Error("Exception caught during conversion of GroupValue: probe")}},
+      {ProbeConverter(false, false), false, {Error("NULL pointer as KnxConverter for DPT = 9.1"), Error("NULL pointer as KnxConverter for DPT = 9.1")}},
+  };
+  for (const auto& c : cases) {
+    KnxValueConverter converter;
+    converter.AddDptValueMapEntry(9, 0, 16, ivtFloat, TavDP::vstGeneric, c.probe);
+    LogCapture log;
+    KNXDPT dpt = Dpt(9, 1);
+    KnxStack::GroupValue group = Group({0, 0}, 16);
+    EXPECT_EQ(converter.ToKnxValue(dpt, Typed(ivtFloat), group), c.encoded);
+    TAVVALUE value;
+    EXPECT_FALSE(converter.FromKnxValue(dpt, group, value));
+    EXPECT_TRUE(log.Equals(c.log));
+  }
 }
 
 TEST(KnxValueConverterExceptions, ShortGroupValueIsCaughtWhenDecoding) {

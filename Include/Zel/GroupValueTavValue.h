@@ -30,9 +30,14 @@ ZEL_EXPORT boost::optional<KnxStack::GroupValue> TavValueToGroupValue(const TAVV
 
 // The value of a received group value for `dptCode`: empty for an unsupported
 // DPT, a group value the DPT table refuses, or invalid data (logged). The
-// one exception that leaves it is the calendar's bad-month or
-// bad-day-of-month error (std::out_of_range) for a DPT 19 value with month
-// or day 0. Calls slower than 100 ms are reported at INFO.
+// steps, in this order: the DPT's object-model type (none: unsupported);
+// the DPT table's check of size and content (CheckGroupValue); then the
+// decoding by main number, which relies on that check for everything the
+// table's converter refuses (times and dates that are no calendar values)
+// and checks only what the table cannot see: raw octets beyond a date's
+// three, and too few octets for a main number without a table row. So the
+// value is read one way, by one check. No exception leaves it. Calls slower
+// than 100 ms are reported at INFO.
 ZEL_EXPORT boost::optional<TAVVALUE> GroupValueToTavValue(const KnxStack::GroupValue& value,
                                                           unsigned long dptCode);
 

@@ -49,12 +49,12 @@ class ZEL_EXPORT LogEntry {
 
 }  // namespace Zel
 
-#define ZEL_LOG_AT_FUNCTION(level, source, function, signature, pieces)        \
-  do {                                                                         \
-    if (::Zel::GetGlobalDefaultLogger().isEnabledFor(level)) {                 \
-      ::Zel::LogEntry zelEntry_(level, source, __LINE__, function, signature); \
-      zelEntry_.Stream() << pieces;                                            \
-    }                                                                          \
+#define ZEL_LOG_AT_FUNCTION(level, source, function, signature, pieces)                  \
+  do {                                                                                   \
+    if (::Zel::GetGlobalDefaultLogger().isEnabledFor(level)) {                           \
+      ::Zel::LogEntry zelEntry_(level, source, __LINE__, function, signature);           \
+      zelEntry_.Stream() << pieces; /* NOLINT(bugprone-macro-parentheses): a << chain */ \
+    }                                                                                    \
   } while (false)
 
 #define ZEL_LOG_AT(level, source, pieces) \

@@ -25,7 +25,7 @@ namespace Zel {
   do {                                                                                   \
     ZEL_LOG_AT(::log4cplus::FATAL_LOG_LEVEL, source,                                     \
                "This statement should not be executed. There is a bug somewhere around " \
-                   << source << ':' << __LINE__);                                        \
+                   << (source) << ':' << __LINE__);                                      \
     ::Zel::TerminateUnreachable(source, __LINE__);                                       \
   } while (false)
 

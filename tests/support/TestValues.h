@@ -19,7 +19,8 @@ inline KNXDPT Dpt(std::uint16_t main, std::uint16_t sub, std::uint8_t bits = 0) 
   return KNXDPT{bits, main, sub};
 }
 inline constexpr std::uint32_t Code(std::uint32_t main, std::uint32_t sub) {
-  return main << 16 | sub;
+  return static_cast<std::uint32_t>(
+      DptCode(KNXDPT{0, static_cast<std::uint16_t>(main), static_cast<std::uint16_t>(sub)}));
 }
 
 inline KnxStack::GroupValue Group(const Octets& octets, std::uint32_t bits) {

@@ -1,5 +1,6 @@
 #include "Facts.h"
 
+#include "DptCatalogue.h"
 #include "DptNames.h"
 #include "ValueText.h"
 
@@ -31,28 +32,13 @@ const DptNameEntry* RowNames(const Zel::DptValueEntry& entry,
   return FindDptName(unknownSub);
 }
 
-template <class Converter>
-bool RangeOf(const Zel::KnxConverter& converter, std::string& text) {
-  const auto* ranged = dynamic_cast<const Converter*>(&converter);
-  if (ranged != nullptr)
-    text = Zel::ToString(ranged->GetRange());
-  return ranged != nullptr;
-}
-
-std::string RangeText(const Zel::KnxConverter& c) {
-  using namespace Zel;
-  std::string t = "-";
-  RangeOf<KnxConverter4Bit>(c, t) || RangeOf<KnxConverter8BitString>(c, t) ||
-      RangeOf<KnxConverterByte8BitUnsigned>(c, t) || RangeOf<KnxConverterInteger8BitSigned>(c, t) ||
-      RangeOf<KnxConverterStatus8Bit>(c, t) || RangeOf<KnxConverterInteger16BitUnsigned>(c, t) ||
-      RangeOf<KnxConverterInteger16BitSigned>(c, t) || RangeOf<KnxConverterFloat16BitFloat>(c, t) ||
-      RangeOf<KnxConverterFloat32BitFloat>(c, t) ||
-      RangeOf<KnxConverterInteger24BitUnsigned>(c, t) ||
-      RangeOf<KnxConverterInteger32BitUnsigned>(c, t) ||
-      RangeOf<KnxConverterInteger32BitSigned>(c, t) || RangeOf<KnxConverter14ByteString>(c, t) ||
-      RangeOf<KnxConverterSceneNumber>(c, t) || RangeOf<KnxConverterSceneControl>(c, t) ||
-      RangeOf<KnxConverterSceneInfo>(c, t);
-  return t;
+// The range column: the catalogue's range text of the row's DPT.
+std::string RangeText(const Zel::KNXDPT& dpt) {
+  for (const Zel::Catalogue::TableRow& row : Zel::Catalogue::kTableRows) {
+    if (row.mainNumber == dpt.mainNumber && row.subNumber == dpt.subNumber)
+      return Zel::Catalogue::RangeText(row);
+  }
+  return "-";
 }
 
 template <class Number>
@@ -84,7 +70,7 @@ Json DptFacts(const Zel::DptValueEntry& entry, const boost::optional<Zel::KNXDPT
   json["type"] = TAVVALUE::GetNameFromValueType(entry.valueType);
   json["subtype"] = TavDP::GetNameFromValueSubType(entry.valueSubType);
   json["converter"] = converter;
-  json["range"] = entry.converter ? RangeText(*entry.converter) : "-";
+  json["range"] = entry.converter ? RangeText(entry.dpt) : "-";
   json["omType"] = Zel::KnxOmbMapping::GetIvtFromMainType(entry.dpt.mainNumber);
   json["omDefault"] = hasDefault ? JsonValue(defaultValue) : Json(nullptr);
   json["name"] = NameOrNull(names != nullptr ? names->name : nullptr);

@@ -338,10 +338,7 @@ boost::optional<Zel::KNXDPT> ParseDptCode(const std::string& text) {
   if (!code) {
     return boost::none;
   }
-  Zel::KNXDPT dpt;
-  dpt.mainNumber = static_cast<std::uint16_t>(*code >> 16);
-  dpt.subNumber = static_cast<std::uint16_t>(*code & 0xFFFFu);
-  return dpt;
+  return Zel::DptOfCode(static_cast<std::uint32_t>(*code), 0);
 }
 
 std::string DptName(const Zel::KNXDPT& dpt, bool wildcard) {
@@ -353,10 +350,6 @@ std::string DptName(const Zel::KNXDPT& dpt, bool wildcard) {
     out << std::setw(3) << std::setfill('0') << dpt.subNumber;
   }
   return out.str();
-}
-
-unsigned long DptCode(const Zel::KNXDPT& dpt) {
-  return (static_cast<unsigned long>(dpt.mainNumber) << 16) | dpt.subNumber;
 }
 
 boost::optional<unsigned long> ParseUnsigned(const std::string& text, unsigned long max) {

@@ -43,8 +43,7 @@ boost::optional<Zel::KNXDPT> ParseDpt(const std::string& text);
 boost::optional<Zel::KNXDPT> ParseDptCode(const std::string& text);
 // "9.001"; "9.x" for sub number 0 when `wildcard`.
 std::string DptName(const Zel::KNXDPT& dpt, bool wildcard = false);
-// main * 65536 + sub, as the library's conversions by code take it.
-unsigned long DptCode(const Zel::KNXDPT& dpt);
+using Zel::DptCode;
 
 // An unsigned number in decimal or 0x hex, at most `max`.
 boost::optional<unsigned long> ParseUnsigned(const std::string& text, unsigned long max);
