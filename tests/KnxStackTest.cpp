@@ -92,7 +92,6 @@ struct Row {
   Way way = kBoth;
 };
 const Row kRows[] = {
-    {b1, "1", "01"},
     {u2, "3", "03"},
     {u4, "15", "0f"},
     {u4, "31", "0f", kEncode},
@@ -101,14 +100,12 @@ const Row kRows[] = {
     {u16, "65535", "ff ff"},
     {s16, "-32768", "80 00"},
     {u32, "4294967295", "ff ff ff ff"},
-    {s32, "-1", "ff ff ff ff"},
     {s32, "-2147483648", "80 00 00 00"},
     {f32, "-2.5", "c0 20 00 00"},
     {b1, "0", "fe", kDecode},
     {u3short, "6", "2e", kDecode},
     {f16, "0", "00 00"},
     {f16, "0.01", "00 01"},
-    {f16, "21.5", "0c 33"},
     {f16, "670433.28", "7f fe"},
     {f16, "-671088.64", "f8 00"},
     // Rounded half away from zero; clamped; NaN and 32767 are the invalid-data word, decoded arithmetically.
@@ -116,10 +113,6 @@ const Row kRows[] = {
     {f16, "670700", "7f fe", kEncode},
     {f16, "nan", "7f ff", kEncode},
     {f16, "670760.96", "7f ff", kDecode},
-    {str,
-     "Gr\xfc\xdf"
-     "e",
-     "47 72 fc df 65 00 00 00 00 00 00 00 00 00"},
     {str, "ABCDEFGHIJKLMNOP", "41 42 43 44 45 46 47 48 49 4a 4b 4c 4d 4e", kEncode},
     {str, "ABCDEFGHIJKLMN", "41 42 43 44 45 46 47 48 49 4a 4b 4c 4d 4e"},
     // Dates: the year boundaries; reserved bits ignored; the year octet 100 is no KNX year.
@@ -127,7 +120,6 @@ const Row kRows[] = {
     {date, "1990-1-1", "01 01 5a"},
     {date, "2090-1-1", "01 01 5a", kEncode},
     {date, "2100-1-1", "01 01 64", kDecode},
-    {tod, "23:59:59 7", "f7 3b 3b"},
     {tod, "33:69:60 10", "41 05 3c", kEncode},  // masked to the widths
     {tod, "1:5:60 2 invalid", "41 05 3c", kDecode},
     {tod, "24:0:0 7 invalid", "f8 00 00", kDecode},
@@ -153,16 +145,6 @@ TEST(KnxStackGroupValue, AccessorsUseTheStandardEncodingsAndRefuseShortBuffers) 
       EXPECT_NE(std::string(e.what()).find(r.codec.getter), std::string::npos) << e.what();
     }
   }
-}
-
-TEST(KnxStackBinaryData, GetUIntValuesReadBigEndianInsideTheBuffer) {
-  const BinaryData five = Octets("12 34 56 78 9a");
-  EXPECT_EQ(five.GetUInt32Value(1), 0x3456789au);
-  EXPECT_EQ(five.GetUInt32Value(2), 0x56789au);  // right-aligned where the buffer ends
-  EXPECT_EQ(five.GetUInt24Value(2), 0x56789au);
-  EXPECT_THROW(five.GetUInt32Value(5), GroupValueException);
-  EXPECT_THROW(five.GetUInt24Value(3), GroupValueException);
-  EXPECT_THROW(five.GetUInt8Value(5), GroupValueException);
 }
 
 TEST(KnxStackBinaryData, CopiesInlineAndHeapStorageIndependently) {

@@ -22,28 +22,18 @@ using Zelknx::WebMonitorOptions;
 using Json = nlohmann::ordered_json;
 using namespace std::chrono_literals;
 
-// A web monitor serving on its own thread.
-class Served {
- public:
+// A web monitor serving on its own thread, on a free port.
+struct Served {
   explicit Served(WebMonitorOptions options)
-      : monitor(Prepare(std::move(options))) {
-    m_thread = std::thread([this] { monitor.Run(); });
-  }
+      : monitor((options.port = 0, options.heartbeat = 100ms, options)), thread([this] { monitor.Run(); }) {}
   ~Served() {
     monitor.Stop();
-    m_thread.join();
+    thread.join();
   }
   httplib::Client Client() const { return httplib::Client("127.0.0.1", monitor.Port()); }
 
   WebMonitor monitor;
-
- private:
-  static WebMonitorOptions Prepare(WebMonitorOptions options) {
-    options.port = 0;
-    options.heartbeat = 100ms;
-    return options;
-  }
-  std::thread m_thread;
+  std::thread thread;
 };
 
 Json Telegram(int n) {
