@@ -2,6 +2,7 @@
 
 #include "ZelLog/Logging.h"
 
+#include <log4cplus/loglevel.h>
 #include <log4cplus/spi/loggingevent.h>
 
 #include <sstream>
@@ -81,15 +82,7 @@ void LogCapture::Clear() {
 }
 
 std::string LevelName(log4cplus::LogLevel level) {
-  switch (level) {
-    case log4cplus::FATAL_LOG_LEVEL: return "FATAL";
-    case log4cplus::ERROR_LOG_LEVEL: return "ERROR";
-    case log4cplus::WARN_LOG_LEVEL: return "WARN";
-    case log4cplus::INFO_LOG_LEVEL: return "INFO";
-    case log4cplus::DEBUG_LOG_LEVEL: return "DEBUG";
-    case log4cplus::TRACE_LOG_LEVEL: return "TRACE";
-    default: return std::to_string(level);
-  }
+  return log4cplus::getLogLevelManager().toString(level);
 }
 
 namespace {
