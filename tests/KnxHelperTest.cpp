@@ -2,28 +2,25 @@
 #include "ZelKnxHelper/KnxStrings.h"
 
 #include <gtest/gtest.h>
+#include <utf8.h>
 
+#include <iterator>
 #include <string>
 
 namespace Zel {
 namespace {
 
 TEST(KnxStrings, Latin1OctetsRoundTripAndOtherCharactersBecomeQuestionMarks) {
-  // U+0000..U+00FF in UTF-8: one octet below 0x80, else 0xC2 or 0xC3 and a continuation octet.
+  // Every octet, and U+0000..U+00FF in UTF-8.
   std::string all, utf8;
-  for (int octet = 0; octet <= 0xFF; ++octet) {
+  for (char32_t octet = 0; octet <= 0xFF; ++octet) {
     all.push_back(static_cast<char>(octet));
-    if (octet >= 0x80)
-      utf8.push_back(static_cast<char>(0xC0 | octet >> 6));
-    utf8.push_back(static_cast<char>(octet < 0x80 ? octet : 0x80 | (octet & 0x3F)));
+    utf8::append(octet, std::back_inserter(utf8));
   }
   EXPECT_EQ(getUTF8FromLatin1(KnxStyleString(all)), utf8);
   EXPECT_EQ(getLatin1FromUTF8Lossy(UTF8String(utf8)).str(), all);
   // U+0100, the euro sign and a four-octet character: one "?" each.
-  EXPECT_EQ(getLatin1FromUTF8Lossy(UTF8String("\xC4\x80\xE2\x82\xAC"
-                                              "a\xF0\x9F\x98\x80z"))
-                .str(),
-            "??a?z");
+  EXPECT_EQ(getLatin1FromUTF8Lossy(UTF8String(u8"\u0100\u20ACa\U0001F600z")).str(), "??a?z");
 }
 
 TEST(KnxStrings, CreateRefusesInvalidUtf8) {
@@ -33,8 +30,7 @@ TEST(KnxStrings, CreateRefusesInvalidUtf8) {
   }
 }
 
-using KnxStringsDeathTest = ::testing::Test;
-TEST_F(KnxStringsDeathTest, ConstructingFromInvalidUtf8IsAProgrammingError) {
+TEST(KnxStringsDeathTest, ConstructingFromInvalidUtf8IsAProgrammingError) {
   EXPECT_DEATH(UTF8String("a\xFF"),
                " ZEL_ASSERT\\(utf8::is_valid\\(value.begin\\(\\), value.end\\(\\)\\)\\) failed");
 }

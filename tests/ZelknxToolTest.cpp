@@ -181,10 +181,8 @@ TEST(ZelknxTool, DptTableNamesIdsAndConfig) {
 
   EXPECT_EQ(Zelknx("id co 1").out, "CO 1 of logical device 1: channel 100100, value 100101\n");
 
-  const Json config = JsonOf(std::string("config '") + ZELKNX_EXAMPLE_CONFIG + "'");
-  EXPECT_EQ(config["TerminateOnFirmwareUpdate"], true);
-  EXPECT_EQ(config["ResponseDps"], (Json{100101, 100103}));
-  EXPECT_EQ(config["AppRootPath"], nullptr);
+  const std::string config = Zelknx(std::string("config '") + ZELKNX_EXAMPLE_CONFIG + "'").out;
+  EXPECT_NE(config.find("\nResponseDps: [100101,100103]\n"), std::string::npos) << config;
 }
 
 // Integers go to the library as far as the value type holds them on the

@@ -5,6 +5,7 @@
 #include <log4cplus/loglevel.h>
 #include <log4cplus/spi/loggingevent.h>
 
+#include <algorithm>
 #include <sstream>
 
 namespace Zel {
@@ -68,12 +69,10 @@ std::vector<LogEntry> LogCapture::Entries() const {
 }
 
 std::vector<LogEntry> LogCapture::EntriesAtLeast(log4cplus::LogLevel level) const {
-  std::vector<LogEntry> result;
-  for (auto& entry : Entries()) {
-    if (entry.level >= level) {
-      result.push_back(std::move(entry));
-    }
-  }
+  std::vector<LogEntry> result = Entries();
+  result.erase(std::remove_if(result.begin(), result.end(),
+                              [level](const LogEntry& entry) { return entry.level < level; }),
+               result.end());
   return result;
 }
 
@@ -97,14 +96,14 @@ namespace {
     return ::testing::AssertionSuccess();
   }
   std::ostringstream os;
+  const auto print = [&os](const auto& entries) {
+    for (const auto& entry : entries)
+      os << "  " << LevelName(entry.level) << " \"" << entry.text << "\"\n";
+  };
   os << "expected " << expected.size() << " log entries:\n";
-  for (const auto& e : expected) {
-    os << "  " << LevelName(e.level) << " \"" << e.text << "\"\n";
-  }
+  print(expected);
   os << "got " << actual.size() << ":\n";
-  for (const auto& a : actual) {
-    os << "  " << LevelName(a.level) << " \"" << a.text << "\"\n";
-  }
+  print(actual);
   return ::testing::AssertionFailure() << os.str();
 }
 
