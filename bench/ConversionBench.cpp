@@ -20,7 +20,7 @@
 
 namespace {
 
-constexpr std::uint32_t kDpt9001 = (9u << 16) | 1u;
+constexpr std::uint32_t kDpt9001 = Zel::DptCode(Zel::KNXDPT{0, 9, 1});
 
 Zel::KnxValueConverter& Table() {
   static Zel::KnxValueConverter* converter = [] {
@@ -181,7 +181,8 @@ Zel::KNXDPT DptOf(const Family& family) {
 }
 
 std::uint32_t CodeOf(const Family& family) {
-  return (static_cast<std::uint32_t>(family.mainNumber) << 16) | family.subNumber;
+  return static_cast<std::uint32_t>(
+      Zel::DptCode(Zel::KNXDPT{0, family.mainNumber, family.subNumber}));
 }
 
 // The value the table decodes from the family's group value: the input of

@@ -5,6 +5,7 @@
 // nothing.
 #include "AllocationCounter.h"
 
+#include "Zel/KnxDpt.h"
 #include "Zel/KnxOmbMapping.h"
 #include "Zel/MeasureDuration.h"
 
@@ -76,13 +77,13 @@ void BM_GetParameterTypeAndNumberFromObjModelId(benchmark::State& state) {
 BENCHMARK(BM_GetParameterTypeAndNumberFromObjModelId);
 
 void BM_GetIvtFromDpt(benchmark::State& state) {
-  const std::uint32_t code = (9u << 16) | 1u;
+  const auto code = static_cast<std::uint32_t>(Zel::DptCode(Zel::KNXDPT{0, 9, 1}));
   Run(state, [&] { benchmark::DoNotOptimize(KnxOmbMapping::GetIvtFromDpt(code)); });
 }
 BENCHMARK(BM_GetIvtFromDpt);
 
 void BM_GetDefaultValueFromDpt(benchmark::State& state) {
-  const std::uint32_t code = (9u << 16) | 1u;
+  const auto code = static_cast<std::uint32_t>(Zel::DptCode(Zel::KNXDPT{0, 9, 1}));
   Run(state, [&] { benchmark::DoNotOptimize(KnxOmbMapping::GetDefaultValueFromDpt(code, true)); });
 }
 BENCHMARK(BM_GetDefaultValueFromDpt);

@@ -92,7 +92,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::uint32_t bits =
       sizeCode == 255 ? static_cast<std::uint32_t>(8 * input.RestSize()) : sizeCode;
   const KnxStack::GroupValue in(payload, bits);
-  const std::uint32_t code = (main << 16) | sub;
+  const std::uint32_t code = Zel::Fuzz::CodeOf(main, sub);
 
   boost::optional<TAVVALUE> direct;
   try {

@@ -4,6 +4,7 @@
 // a property.
 #pragma once
 
+#include "Zel/KnxDpt.h"
 #include "ZelLog/Logging.h"
 
 #include <log4cplus/loglevel.h>
@@ -15,6 +16,12 @@
 
 namespace Zel {
 namespace Fuzz {
+
+// The DPT code of a main and a sub number as the inputs give them.
+inline std::uint32_t CodeOf(unsigned int main, unsigned int sub) {
+  return static_cast<std::uint32_t>(
+      DptCode(KNXDPT{0, static_cast<std::uint16_t>(main), static_cast<std::uint16_t>(sub)}));
+}
 
 inline void SilenceLogging() {
   GetGlobalDefaultLogger().setLogLevel(log4cplus::OFF_LOG_LEVEL);

@@ -22,7 +22,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   Zel::Fuzz::InputReader input(data, size);
   const std::uint32_t mainNumber = input.U8();
-  const std::uint32_t dptCode = (mainNumber << 16) | input.U16();
+  const std::uint32_t dptCode = Zel::Fuzz::CodeOf(mainNumber, input.U16());
   const std::uint8_t sizeCode = input.U8();
   const KnxStack::BinaryData payload(input.Rest(), input.RestSize());
   const std::uint32_t groupBits =

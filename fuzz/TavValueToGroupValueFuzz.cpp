@@ -85,7 +85,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   Zel::Fuzz::InputReader input(data, size);
   const std::uint8_t typeCode = input.U8();
   const unsigned int main = input.U8();
-  const std::uint32_t code = (static_cast<std::uint32_t>(main) << 16) | input.U16();
+  const std::uint32_t code = Zel::Fuzz::CodeOf(main, input.U16());
   TAVVALUE value;
   value.ivt = typeCode < kTypeCount ? kTypes[typeCode] : static_cast<TavValueType>(typeCode);
   value.SetDWord(input.U32());
