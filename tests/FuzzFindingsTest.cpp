@@ -53,6 +53,7 @@ TEST(FuzzFindings, RoundTripAsymmetriesAndPathDifferences) {
       {"14: a NaN is no value in the table", {32, 14, 56}, {0x7F, 0xC0, 0x00, 0x00}, "3:nan", "0:", false, nullptr, nullptr},
       {"16.x: ASCII in the table, Latin-1 on the direct path", {112, 16, 0}, {0x47, 0x72, 0xFC, 0xDF, 0x65, 0, 0, 0, 0, 0, 0, 0, 0, 0}, "10:Gr\u00fc\u00dfe", "10:Gr__e", false, nullptr, nullptr},
       {"19: the weekday from the date, or from the telegram (a Tuesday on a Wednesday)", {64, 19, 1}, {0x7B, 0x03, 0x0F, 0x4C, 0x1E, 0x2D, 0x20, 0x00}, "13:2023-03-15 12:30:45.000 w=4 utc=0 dst=0", "13:2023-03-15 12:30:45.000 w=2 utc=0 dst=0", false, nullptr, nullptr},
+      {"19: 24:00:00 on 2155-12-31 is midnight of 2156-01-01, which no 19.x holds", {64, 19, 1}, {0xFF, 0x0C, 0x1F, 0x18, 0x00, 0x00, 0x00, 0x00}, "13:2156-01-01 00:00:00.000 w=8 utc=0 dst=0", "13:2156-01-01 00:00:00.000 w=0 utc=0 dst=0", false, "refused", ""},
       {"23: two bits on the direct path, a whole octet in the table", {8, 23, 1}, {0x14}, "6:0", "6:20", false, nullptr, nullptr},
   };
   KnxValueConverter table;
