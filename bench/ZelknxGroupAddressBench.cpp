@@ -15,30 +15,30 @@
 
 namespace {
 
-using Zel::Tests::KnxprojSpec;
+using Zel::Tests::KnxprojContents;
 using Zel::Tests::ZipCipher;
 
 constexpr int kGroups = 300;
 constexpr int kDevices = 300;
 
-KnxprojSpec Spec(int schema, ZipCipher cipher, const std::string& archivePassword) {
-  KnxprojSpec spec;
-  spec.schema = schema;
-  spec.cipher = cipher;
-  spec.archivePassword = archivePassword;
+KnxprojContents Contents(int schema, ZipCipher cipher, const std::string& archivePassword) {
+  KnxprojContents contents;
+  contents.schema = schema;
+  contents.cipher = cipher;
+  contents.archivePassword = archivePassword;
   for (int i = 0; i < kGroups; ++i) {
-    spec.groups.push_back({static_cast<std::uint16_t>(0x0800 + i),
-                           "Raum " + std::to_string(i / 8) + " Licht " + std::to_string(i % 8),
-                           i % 3 == 0   ? "DPST-1-1"
-                           : i % 3 == 1 ? "DPST-9-1"
-                                        : "DPST-5-1"});
+    contents.groups.push_back({static_cast<std::uint16_t>(0x0800 + i),
+                               "Raum " + std::to_string(i / 8) + " Licht " + std::to_string(i % 8),
+                               i % 3 == 0   ? "DPST-1-1"
+                               : i % 3 == 1 ? "DPST-9-1"
+                                            : "DPST-5-1"});
   }
-  return spec;
+  return contents;
 }
 
 // 0.xml with a topology of devices, each with its communication objects'
 // links to group addresses, as ETS writes it.
-std::string Installation(const KnxprojSpec& spec) {
+std::string Installation(const KnxprojContents& contents) {
   std::string devices;
   for (int d = 0; d < kDevices; ++d) {
     const std::string id = "P-0501-0_DI-" + std::to_string(d + 1);
@@ -58,17 +58,17 @@ std::string Installation(const KnxprojSpec& spec) {
     }
     devices += "</ComObjectInstanceRefs></DeviceInstance>";
   }
-  std::string xml = Zel::Tests::InstallationXml(spec);
+  std::string xml = Zel::Tests::InstallationXml(contents);
   xml.insert(xml.find("</Topology>"), devices);
   return xml;
 }
 
 void ListProject(benchmark::State& state, int schema, ZipCipher cipher,
                  const std::string& archivePassword, const std::string& password) {
-  const KnxprojSpec spec = Spec(schema, cipher, archivePassword);
-  const std::string installation = Installation(spec);
+  const KnxprojContents contents = Contents(schema, cipher, archivePassword);
+  const std::string installation = Installation(contents);
   const std::string project =
-      Zel::Tests::MakeKnxproj(spec, Zel::Tests::ProjectXml(spec), installation);
+      Zel::Tests::MakeKnxproj(contents, Zel::Tests::ProjectXml(contents), installation);
   for (auto _ : state) {
     const auto table = Zelknx::GroupAddressTable::ReadProject(project, "bench.knxproj", password);
     std::size_t named = 0;
@@ -110,7 +110,7 @@ void BM_ReadCsv(benchmark::State& state) {
   std::string csv =
       "\"Group name\";\"Address\";\"Central\";\"Unfiltered\";\"Description\";"
       "\"DatapointType\";\"Security\"\r\n";
-  for (const auto& group : Spec(20, ZipCipher::None, "").groups) {
+  for (const auto& group : Contents(20, ZipCipher::None, "").groups) {
     csv += "\"" + group.name + "\";\"" + Zelknx::GroupAddressText(group.address) +
            "\";\"\";\"\";\"\";\"" + group.dpt + "\";\"Auto\"\r\n";
   }

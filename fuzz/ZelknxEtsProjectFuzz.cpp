@@ -30,8 +30,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string password = mode % 4 == 0 ? "geheim" : "";
   std::string bytes(reinterpret_cast<const char*>(input.Rest()), input.RestSize());
   if (mode % 4 == 1) {
-    const Zel::Tests::KnxprojSpec spec;
-    bytes = Zel::Tests::MakeKnxproj(spec, Zel::Tests::ProjectXml(spec), bytes);
+    const Zel::Tests::KnxprojContents contents;
+    bytes = Zel::Tests::MakeKnxproj(contents, Zel::Tests::ProjectXml(contents), bytes);
   }
   Zelknx::ProjectLimits limits;
   limits.entryBytes = std::size_t{1} << 20;

@@ -13,7 +13,7 @@
 namespace {
 
 using namespace Zelknx;
-using Zel::Tests::KnxprojSpec;
+using Zel::Tests::KnxprojContents;
 using Zel::Tests::MakeKnxproj;
 using Zel::Tests::MakeZip;
 using Zel::Tests::ZipCipher;
@@ -126,26 +126,26 @@ TEST(ZelknxEtsProject, Ets6ArchivePassword) {
   EXPECT_EQ(Ets6ArchivePassword("Schlüssel"), "bpt1EARRIOEIyzC4sF+91zvVjrkfR9xYVC0ErKdn89Q=");
 }
 
-KnxprojSpec Spec(int schema, const char* style, ZipCipher cipher = ZipCipher::None,
-                 const char* archivePassword = "", bool nested = true) {
-  KnxprojSpec spec;
-  spec.schema = schema;
-  spec.style = style;
-  spec.groups = {{0x0A03, "Licht Küche", "DPST-1-1"},
-                 {0x0A04, "Temp & \"Feuchte\"", "DPT-9"},
-                 {0x0A05, "Reserve", ""},
-                 {0x0A06, "Jalousie", "DPST-5-1 DPST-5-4"}};
-  spec.nested = nested;
-  spec.cipher = cipher;
-  spec.archivePassword = archivePassword;
-  return spec;
+KnxprojContents Contents(int schema, const char* style, ZipCipher cipher = ZipCipher::None,
+                         const char* archivePassword = "", bool nested = true) {
+  KnxprojContents contents;
+  contents.schema = schema;
+  contents.style = style;
+  contents.groups = {{0x0A03, "Licht Küche", "DPST-1-1"},
+                     {0x0A04, "Temp & \"Feuchte\"", "DPT-9"},
+                     {0x0A05, "Reserve", ""},
+                     {0x0A06, "Jalousie", "DPST-5-1 DPST-5-4"}};
+  contents.nested = nested;
+  contents.cipher = cipher;
+  contents.archivePassword = archivePassword;
+  return contents;
 }
 
 const char kEts6Geheim[] = "8pqussL76WjB9C5muPqO/sN7UJruVxTWBHKyBPcdnlc=";
 
 struct ProjectCase {
   const char* shape;
-  KnxprojSpec spec;
+  KnxprojContents contents;
   const char* password;
   const char* listing;
 };
@@ -153,19 +153,19 @@ struct ProjectCase {
 TEST(ZelknxEtsProject, Ets4To6ProjectsWithAndWithoutPassword) {
   const char* threeLevel = "1/2/3 Licht Küche 1.001; 1/2/4 Temp & \"Feuchte\" 9; 1/2/5 Reserve -; 1/2/6 Jalousie 5.001";
   const std::vector<ProjectCase> cases = {
-      {"ETS 4: schema 11, Project.xml", Spec(11, "ThreeLevel"), "", threeLevel},
-      {"ETS 5: two-level, addresses outside group ranges", Spec(14, "TwoLevel", ZipCipher::None, "", false), "",
+      {"ETS 4: schema 11, Project.xml", Contents(11, "ThreeLevel"), "", threeLevel},
+      {"ETS 5: two-level, addresses outside group ranges", Contents(14, "TwoLevel", ZipCipher::None, "", false), "",
        "1/515 Licht Küche 1.001; 1/516 Temp & \"Feuchte\" 9; 1/517 Reserve -; 1/518 Jalousie 5.001"},
-      {"ETS 6: free, a password given for an unprotected project", Spec(21, "Free"), "unused",
+      {"ETS 6: free, a password given for an unprotected project", Contents(21, "Free"), "unused",
        "2563 Licht Küche 1.001; 2564 Temp & \"Feuchte\" 9; 2565 Reserve -; 2566 Jalousie 5.001"},
-      {"ETS 5 with password: ZipCrypto", Spec(14, "ThreeLevel", ZipCipher::ZipCrypto, "geheim"), "geheim", threeLevel},
-      {"ETS 5.7 with password: WinZip AES-256", Spec(20, "ThreeLevel", ZipCipher::Aes256, "geheim"), "geheim", threeLevel},
-      {"ETS 6 with password: AES-256, the derived password", Spec(21, "ThreeLevel", ZipCipher::Aes256, kEts6Geheim), "geheim", threeLevel},
-      {"ETS 6 with a password that is not ASCII", Spec(23, "ThreeLevel", ZipCipher::Aes256, "bpt1EARRIOEIyzC4sF+91zvVjrkfR9xYVC0ErKdn89Q="), "Schlüssel", threeLevel},
+      {"ETS 5 with password: ZipCrypto", Contents(14, "ThreeLevel", ZipCipher::ZipCrypto, "geheim"), "geheim", threeLevel},
+      {"ETS 5.7 with password: WinZip AES-256", Contents(20, "ThreeLevel", ZipCipher::Aes256, "geheim"), "geheim", threeLevel},
+      {"ETS 6 with password: AES-256, the derived password", Contents(21, "ThreeLevel", ZipCipher::Aes256, kEts6Geheim), "geheim", threeLevel},
+      {"ETS 6 with a password that is not ASCII", Contents(23, "ThreeLevel", ZipCipher::Aes256, "bpt1EARRIOEIyzC4sF+91zvVjrkfR9xYVC0ErKdn89Q="), "Schlüssel", threeLevel},
   };
   for (const ProjectCase& c : cases) {
     SCOPED_TRACE(c.shape);
-    EXPECT_EQ(Listing(GroupAddressTable::ReadProject(MakeKnxproj(c.spec), "p.knxproj", c.password)), c.listing);
+    EXPECT_EQ(Listing(GroupAddressTable::ReadProject(MakeKnxproj(c.contents), "p.knxproj", c.password)), c.listing);
   }
 }
 
@@ -178,10 +178,10 @@ struct RefusedCase {
 };
 
 TEST(ZelknxEtsProject, RefusedProjectsSayWhy) {
-  const KnxprojSpec ets5 = Spec(14, "ThreeLevel", ZipCipher::ZipCrypto, "geheim");
-  const KnxprojSpec ets6 = Spec(21, "ThreeLevel", ZipCipher::Aes256, kEts6Geheim);
-  const std::string plain = MakeKnxproj(Spec(20, "ThreeLevel"));
-  KnxprojSpec large = Spec(20, "ThreeLevel");
+  const KnxprojContents ets5 = Contents(14, "ThreeLevel", ZipCipher::ZipCrypto, "geheim");
+  const KnxprojContents ets6 = Contents(21, "ThreeLevel", ZipCipher::Aes256, kEts6Geheim);
+  const std::string plain = MakeKnxproj(Contents(20, "ThreeLevel"));
+  KnxprojContents large = Contents(20, "ThreeLevel");
   large.groups.assign(64, {0x0A03, "Licht", "DPST-1-1"});
   const std::string installation = Zel::Tests::InstallationXml(ets5);
   std::string badAddress = installation;

@@ -263,13 +263,13 @@ TEST_F(ZelknxFiles, BatchDecodingOfMonitorLogs) {
 // `ga` lists an export or a project; --project works wherever --ga-csv
 // does, and a list that cannot be read is a usage error naming its file.
 TEST_F(ZelknxFiles, GroupAddressListsOfExportsAndProjects) {
-  Zel::Tests::KnxprojSpec spec;  // ETS 6, two-level, with the password "geheim"
-  spec.schema = 21;
-  spec.style = "TwoLevel";
-  spec.groups = {{0x0A03, "Temperatur Küche", "DPST-9-1"}, {0x0A04, "Zähler", "DPT-13"}, {0x0A05, "Reserve", ""}};
-  spec.cipher = Zel::Tests::ZipCipher::Aes256;
-  spec.archivePassword = "8pqussL76WjB9C5muPqO/sN7UJruVxTWBHKyBPcdnlc=";
-  const std::string path = Write("haus.knxproj", Zel::Tests::MakeKnxproj(spec));
+  Zel::Tests::KnxprojContents contents;  // ETS 6, two-level, with the password "geheim"
+  contents.schema = 21;
+  contents.style = "TwoLevel";
+  contents.groups = {{0x0A03, "Temperatur Küche", "DPST-9-1"}, {0x0A04, "Zähler", "DPT-13"}, {0x0A05, "Reserve", ""}};
+  contents.cipher = Zel::Tests::ZipCipher::Aes256;
+  contents.archivePassword = "8pqussL76WjB9C5muPqO/sN7UJruVxTWBHKyBPcdnlc=";
+  const std::string path = Write("haus.knxproj", Zel::Tests::MakeKnxproj(contents));
   const std::string project = " --project '" + path + "' --password geheim";
   EXPECT_EQ(Zelknx("ga" + project).out, "1/515 Temperatur Küche (9.001 DPT_Value_Temp, °C)\n1/516 Zähler (13 4-octet signed value)\n1/517 Reserve\n");
   const std::vector<Json> listed = {{{"address", "1/515"}, {"name", "Temperatur Küche"}, {"dpt", "9.001"}}, {{"address", "1/516"}, {"name", "Zähler"}, {"dpt", "13"}}, {{"address", "1/517"}, {"name", "Reserve"}, {"dpt", nullptr}}};

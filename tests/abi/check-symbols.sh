@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Compares the dynamic symbols of the library with the lists in LIST_DIR:
-#   exported.txt                     the exported interface as described
-#   exported-beyond-description.txt  exported helpers the description does not name
-#   imported-from-platform.txt       what it takes from the platform libraries
+#   exported.txt                the interface that the public headers declare
+#   exported-helpers.txt        exported helpers beyond it
+#   imported-from-platform.txt  what it takes from the platform libraries
 # Names are demangled, one per line as `nm -D -C` prints them (a constructor
 # or destructor once per variant the compiler emits); lines starting with
 # '#' are comments. The platform libraries given (the stand-ins) tell which
@@ -38,6 +38,6 @@ compare() {
     echo "$what: $(printf '%s\n' "$actual" | wc -l), as listed"
   fi
 }
-compare "exported symbols" "$exported" "$list_dir/exported.txt" "$list_dir/exported-beyond-description.txt"
+compare "exported symbols" "$exported" "$list_dir/exported.txt" "$list_dir/exported-helpers.txt"
 compare "symbols imported from the platform" "$imported" "$list_dir/imported-from-platform.txt"
 exit "$status"

@@ -9,8 +9,8 @@ namespace Zel {
 namespace Tests {
 namespace {
 
-std::string Namespace(const KnxprojSpec& spec) {
-  return "http://knx.org/xml/project/" + std::to_string(spec.schema);
+std::string Namespace(const KnxprojContents& contents) {
+  return "http://knx.org/xml/project/" + std::to_string(contents.schema);
 }
 
 std::string Escaped(const std::string& text) {
@@ -61,54 +61,54 @@ std::string MakeZip(const std::vector<std::pair<std::string, std::string>>& entr
   return bytes;
 }
 
-std::string ProjectXml(const KnxprojSpec& spec) {
-  return "<?xml version=\"1.0\" encoding=\"utf-8\"?>\r\n<KNX xmlns=\"" + Namespace(spec) +
+std::string ProjectXml(const KnxprojContents& contents) {
+  return "<?xml version=\"1.0\" encoding=\"utf-8\"?>\r\n<KNX xmlns=\"" + Namespace(contents) +
          "\" CreatedBy=\"ETS\">\r\n  <Project Id=\"P-0501\">\r\n    <ProjectInformation "
          "Name=\"Haus\" GroupAddressStyle=\"" +
-         spec.style + "\" />\r\n  </Project>\r\n</KNX>\r\n";
+         contents.style + "\" />\r\n  </Project>\r\n</KNX>\r\n";
 }
 
-std::string InstallationXml(const KnxprojSpec& spec) {
+std::string InstallationXml(const KnxprojContents& contents) {
   std::string xml = "\xEF\xBB\xBF<?xml version=\"1.0\" encoding=\"utf-8\"?>\r\n<KNX xmlns=\"" +
-                    Namespace(spec) +
+                    Namespace(contents) +
                     "\">\r\n<Project Id=\"P-0501\"><Installations><Installation Name=\"\">"
                     "<Topology><Area Id=\"P-0501-0_A-1\" Address=\"1\" /></Topology>"
                     "<GroupAddresses><GroupRanges>\r\n";
-  if (spec.nested)
+  if (contents.nested)
     xml +=
         "<GroupRange Id=\"P-0501-0_GR-1\" RangeStart=\"0\" RangeEnd=\"65535\" Name=\"Alle\">"
         "<GroupRange Id=\"P-0501-0_GR-2\" RangeStart=\"0\" RangeEnd=\"65535\" Name=\"Licht\">\r\n";
   int id = 0;
-  for (const KnxprojGroup& group : spec.groups) {
+  for (const KnxprojGroup& group : contents.groups) {
     ++id;
     xml += "<GroupAddress Id=\"P-0501-0_GA-" + std::to_string(id) + "\" Address=\"" +
            std::to_string(group.address) + "\" Name=\"" + Escaped(group.name) + "\"" +
            (group.dpt.empty() ? "" : " DatapointType=\"" + group.dpt + "\"") + " Puid=\"" +
            std::to_string(100 + id) + "\" />\r\n";
   }
-  if (spec.nested)
+  if (contents.nested)
     xml += "</GroupRange></GroupRange>";
   return xml + "</GroupRanges></GroupAddresses></Installation></Installations></Project></KNX>\r\n";
 }
 
-std::string MakeKnxproj(const KnxprojSpec& spec) {
-  return MakeKnxproj(spec, ProjectXml(spec), InstallationXml(spec));
+std::string MakeKnxproj(const KnxprojContents& contents) {
+  return MakeKnxproj(contents, ProjectXml(contents), InstallationXml(contents));
 }
 
-std::string MakeKnxproj(const KnxprojSpec& spec, const std::string& projectXml,
+std::string MakeKnxproj(const KnxprojContents& contents, const std::string& projectXml,
                         const std::string& installationXml) {
-  const std::string projectName = spec.schema < 12 ? "Project.xml" : "project.xml";
+  const std::string projectName = contents.schema < 12 ? "Project.xml" : "project.xml";
   std::vector<std::pair<std::string, std::string>> entries = {
       {"knx_master.xml", "<?xml version=\"1.0\" encoding=\"utf-8\"?>\r\n<KNX xmlns=\"" +
-                             Namespace(spec) + "\"><MasterData /></KNX>"},
+                             Namespace(contents) + "\"><MasterData /></KNX>"},
       {"P-0501.signature", "signature"},
   };
-  if (spec.cipher == ZipCipher::None) {
+  if (contents.cipher == ZipCipher::None) {
     entries.emplace_back("P-0501/" + projectName, projectXml);
     entries.emplace_back("P-0501/0.xml", installationXml);
   } else {
     entries.emplace_back("P-0501.zip", MakeZip({{projectName, projectXml}, {"0.xml", installationXml}},
-                                               spec.cipher, spec.archivePassword));
+                                               contents.cipher, contents.archivePassword));
   }
   return MakeZip(entries);
 }

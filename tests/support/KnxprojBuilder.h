@@ -28,7 +28,7 @@ struct KnxprojGroup {
   std::string dpt;  // the DatapointType attribute; empty: none
 };
 
-struct KnxprojSpec {
+struct KnxprojContents {
   int schema = 20;  // the namespace's number: 11 ETS 4, 12..20 ETS 5, 21.. ETS 6
   std::string style = "ThreeLevel";
   std::vector<KnxprojGroup> groups;
@@ -39,13 +39,13 @@ struct KnxprojSpec {
   std::string archivePassword;
 };
 
-// project.xml (Project.xml before schema 12) and 0.xml of `spec`.
-std::string ProjectXml(const KnxprojSpec& spec);
-std::string InstallationXml(const KnxprojSpec& spec);
+// project.xml (Project.xml before schema 12) and 0.xml of `contents`.
+std::string ProjectXml(const KnxprojContents& contents);
+std::string InstallationXml(const KnxprojContents& contents);
 // The project file.
-std::string MakeKnxproj(const KnxprojSpec& spec);
+std::string MakeKnxproj(const KnxprojContents& contents);
 // The project file with the two XML files given as they are.
-std::string MakeKnxproj(const KnxprojSpec& spec, const std::string& projectXml,
+std::string MakeKnxproj(const KnxprojContents& contents, const std::string& projectXml,
                         const std::string& installationXml);
 
 }  // namespace Tests
