@@ -170,6 +170,8 @@ TEST(AppHostConfig, FlagSettersAndTheirIntendedAsymmetry) {
   EXPECT_TRUE(config.SetAppConnectorHostStartupDisabled(false));
   EXPECT_FALSE(config.ReplaceAppDebugMode(true));
   EXPECT_TRUE(config.ReplaceAppDebugMode(false));
+  config.SetAppDebugMode(true);
+  EXPECT_TRUE(config.IsInAppDebugMode());
 }
 
 }  // namespace

@@ -219,10 +219,13 @@ TEST(DscAsyncRequestMessenger, AnswersForUnknownIdsAreLoggedAndDropped) {
   }
 }
 
-TEST(DscAsyncRequestMessenger, NativeFormatReachesTheDeviceStack) {
+TEST(DscAsyncRequestMessenger, HandlerAndNativeFormatReachTheDeviceStack) {
   Rig rig({});
+  EXPECT_NE(rig.client.ResponseHandler(), nullptr);
   rig.messenger.EnableNativeFormat();
   EXPECT_EQ(rig.client.ValueFormat(), "Native");
+  rig.messenger.UnsetAsResponseHandler();
+  EXPECT_EQ(rig.client.ResponseHandler(), nullptr);
 }
 
 TEST(RemoteRequestMessengerDeviceStack, ValueTextFollowsTheFormatFlag) {

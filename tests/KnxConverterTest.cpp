@@ -83,6 +83,7 @@ TEST_F(TableTest, RoundTripsWithTheStandardsOctets) {
   const std::uint32_t tuesday = TavWeekDays::WEEK_DAY_TUESDAY;
   const Case cases[] = {
       {"1.001 on", Dpt(1, 1), Bits(ivtBool, 1), {0x01}, 1, ivtBool},
+      {"1.001 off", Dpt(1, 1), Bits(ivtBool, 0), {0x00}, 1, ivtBool},
       {"4.001 A", Dpt(4, 1), Text("A"), {0x41}, 8, ivtString},
       {"4.002 u-umlaut", Dpt(4, 2), Text("\xC3\xBC"), {0xFC}, 8, ivtString},
       {"5.001 full", Dpt(5, 1), Bits(ivtByte, 255), {0xFF}, 8, ivtByte},
@@ -112,6 +113,7 @@ TEST_F(TableTest, RoundTripsWithTheStandardsOctets) {
       {"23.001", Dpt(23, 1), Bits(ivtByte, 2), {0x02}, 8, ivtByte},
       {"27.001", Dpt(27, 1), Bits(ivtDWord, 0x0000FFFF), {0x00, 0x00, 0xFF, 0xFF}, 32, ivtDWord},
       {"232.600 RGB", Dpt(232, 600), Bits(ivtDWord, 0x123456), {0x12, 0x34, 0x56}, 24, ivtDWord},
+      {"26.001 scene 5", Dpt(26, 1), Bits(ivtByte, 5), {0x05}, 8, ivtByte},
       {"236.001", Dpt(236, 1), Bits(ivtByte, 0x12), {0x12}, 8, ivtByte},
       {"238.600", Dpt(238, 600), Bits(ivtByte, 0x3F), {0x3F}, 8, ivtByte},
   };
@@ -301,12 +303,14 @@ TEST(Converters, DeliberateQuirksAreKept) {
   const auto silent = Encode(fallback, Dpt(5, 1), Bits(ivtBool, 1));
   EXPECT_TRUE(silent.first);
   EXPECT_EQ(silent.second.GetDefinedSize(), 0u);
-  // 0 bits, or more than 184, pack into the whole 24-octet buffer.
-  for (std::uint8_t bits : {std::uint8_t{0}, std::uint8_t{192}}) {
-    KNXDPT dpt{bits, 200, 1};
+  // A text fills the octets its bits round up to; 0 bits, or more than 184,
+  // the whole 24-octet buffer.
+  const std::pair<std::uint8_t, unsigned> sizes[] = {{0, 24}, {192, 24}, {112, 14}, {9, 2}, {184, 23}};
+  for (const auto& size : sizes) {
+    KNXDPT dpt{size.first, 200, 1};
     KnxStack::GroupValue group;
     EXPECT_TRUE(fallback.ToKnxValue(dpt, Text(std::string(30, 'x')), group));
-    EXPECT_EQ(group.GetRawData().GetLength(), 24u);
+    EXPECT_EQ(group.GetRawData().GetLength(), size.second) << unsigned{size.first};
   }
   for (const TavValueType percentLike : {ivtPercent, ivtDimming}) {  // one octet, whatever the size
     EXPECT_EQ(OctetsOf(Encode(fallback, Dpt(9, 1, 16), Real(100.4, percentLike)).second), Octets{100});
@@ -465,6 +469,7 @@ TEST(Converters, SignedScalingRoundsHalfAwayFromZero) {
   TAVVALUE decoded;
   EXPECT_TRUE(scaled.FromKnxValue(Dpt(13, 1), Group({0, 0, 0, 7}, 32), decoded));
   EXPECT_EQ(decoded.GetInteger(), 70);
+  EXPECT_EQ(decoded.ivt, ivtInteger);
   LogCapture log;
   KnxStack::GroupValue out;
   EXPECT_FALSE(scaled.ToKnxValue(Dpt(13, 1), Bits(ivtInteger, 101), out));
@@ -491,11 +496,15 @@ TEST(Converters, DateTimeFlags) {
 TEST(Converters, DateTimeEndOfDay) {
   KnxConverterDateTime dateTime;
   TAVVALUE decoded;
-  // Sunday 2024-12-31 24:00:00 (weekday 7, hour 24) is Monday 2025-01-01 00:00:00.
-  ASSERT_TRUE(dateTime.FromKnxValue(Dpt(19, 1), Group({124, 12, 31, 0xF8, 0, 0, 0x20, 0}, 64), decoded));
-  const TAVTIME& t = decoded.GetTime();
-  EXPECT_EQ(std::make_tuple(t.year, unsigned{t.month}, unsigned{t.day}, unsigned{t.hour}), std::make_tuple(2025, 1u, 1u, 0u));
-  EXPECT_EQ(t.weekDays, TavWeekDays::WEEK_DAY_MONDAY);
+  // 2024-12-31 24:00:00 is 2025-01-01 00:00:00; a Sunday (weekday 7) becomes
+  // a Monday, while "any day" (weekday 0) stays any day.
+  const std::pair<std::uint8_t, std::uint32_t> weekdays[] = {{0xF8, TavWeekDays::WEEK_DAY_MONDAY}, {0x18, 0u}};
+  for (const auto& w : weekdays) {
+    ASSERT_TRUE(dateTime.FromKnxValue(Dpt(19, 1), Group({124, 12, 31, w.first, 0, 0, 0x20, 0}, 64), decoded));
+    const TAVTIME& t = decoded.GetTime();
+    EXPECT_EQ(std::make_tuple(t.year, unsigned{t.month}, unsigned{t.day}, unsigned{t.hour}), std::make_tuple(2025, 1u, 1u, 0u));
+    EXPECT_EQ(t.weekDays, w.second);
+  }
   LogCapture log;
   EXPECT_FALSE(dateTime.FromKnxValue(Dpt(19, 1), Group({124, 12, 31, 0x18, 30, 0, 0x20, 0}, 64), decoded));
   EXPECT_EQ(log.EntriesAtLeast(log4cplus::ERROR_LOG_LEVEL).size(), 1u);
