@@ -73,12 +73,13 @@ TEST(DptCatalogue, RangeTextsOfTheRows) {
   }
 }
 
-// Every day of years 1400..2600 and the last years of the calendar: the day
-// number, its date and its weekday as Boost's calendar has them.
+// Every day of years 1400..2600 and the last years of the calendar is a date;
+// its day number, its date and its weekday as Boost's calendar has them.
 TEST(KnxLayout, CalendarArithmeticAgreesWithBoost) {
   const boost::gregorian::date epoch(1970, 1, 1);
   const auto check = [&epoch](const boost::gregorian::date& date) {
     const auto ymd = date.year_month_day();
+    ASSERT_TRUE(Layout::IsCalendarDate(ymd.year, ymd.month, ymd.day)) << date;
     const std::int64_t days = Layout::DaysFromCivil(ymd.year, ymd.month, ymd.day);
     ASSERT_EQ(days, (date - epoch).days()) << date;
     const Layout::CivilDate back = Layout::CivilFromDays(days);

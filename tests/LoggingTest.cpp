@@ -103,6 +103,8 @@ using BoundedIntDeathTest = ::testing::Test;
 TEST_F(BoundedIntDeathTest, ConstructionOutsideTheBoundsIsAProgrammingError) {
   EXPECT_DEATH(LogicalDeviceId(0), "ZEL_ASSERT\\(value >= Min && value <= Max\\) failed");
   EXPECT_DEATH(LogicalDeviceId(3), "ZEL_ASSERT");
+  EXPECT_EQ(LogicalDeviceId(2), LogicalDeviceId(2));
+  EXPECT_NE(LogicalDeviceId(1), LogicalDeviceId(2));
 }
 
 using UnreachableDeathTest = ::testing::Test;
