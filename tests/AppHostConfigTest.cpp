@@ -130,34 +130,39 @@ TEST(AppHostConfig, FileFailuresAreLoggedAndKeepEarlierValues) {
 // that the parser reads as text does not count.
 TEST(AppHostConfig, NestingIsBoundedBeforeTheParserSeesIt) {
   const std::string repeated = Repeat("<a>", 1000);
-  const Tests::ExpectedEntry deep = Error("Failed to read configuration file: elements nested deeper than 256");
-  const std::tuple<const char*, std::string, bool> cases[] = {
-      {"256 levels", Nested(256), true},
-      {"256 levels, the last empty", Nested(255, "<b/>"), true},
-      {"1000 siblings", Nested(2, Repeat("<b/><c></c>", 1000)), true},
-      {"comment", Nested(2, "<!--" + repeated + "-->"), true},
-      {"CDATA", Nested(2, "<![CDATA[" + repeated + "]]>"), true},
-      {"two CDATA sections", Nested(2, "<![CDATA[x]]><![CDATA[" + repeated + "]]>"), true},
-      {"processing instruction", "<?pi " + repeated + "?>" + Nested(2), true},
-      {"processing instruction without a target", "<?>" + repeated + "?>" + Nested(2), true},
-      {"attribute values", Nested(2, "<b x='" + repeated + "' y=\"" + repeated + "\"/>"), true},
-      {"DOCTYPE", "<!DOCTYPE d ] [" + repeated + "[<!-- ]]>" + Nested(2), true},
-      {"DOCTYPE ending in <>", "<!DOCTYPE x<>" + Nested(256), true},
-      {"unknown declaration", Nested(2, "<!x <a>>"), true},
-      {"257 levels", Nested(257), false},
-      {"257 levels, the last empty", Nested(256, "<b/>"), false},
-      {"257 levels, attribute values holding />", "<ZelAppHostConfig WithoutKNX='1'>" + Repeat("<a x='/>'>", 128) + Repeat("<a\nx='/>'>", 128) + Repeat("</a>", 256) + "</ZelAppHostConfig>", false},
-      {"257 levels after a DOCTYPE with markup in its brackets", "<?xml version='1.0'?><!DOCTYPE d [<!ELEMENT a ANY>]>" + Nested(257), false},
-      {"257 levels, not closed", Nested(257).substr(0, Nested(257).find("</a>")), false},
-      {"a comment does not hide what follows it", Nested(256, "<!-- -->" + repeated), false},
-      {"100000 levels", Nested(100000), false},  // overflowed the stack before the bound
+  const std::string deep = "elements nested deeper than 256";
+  // Each text with the parser's or the bound's refusal; "" when accepted.
+  const std::tuple<const char*, std::string, std::string> cases[] = {
+      {"256 levels", Nested(256), ""},
+      {"256 levels, the last empty", Nested(255, "<b/>"), ""},
+      {"1000 siblings", Nested(2, Repeat("<b/><c></c>", 1000)), ""},
+      {"comment", Nested(2, "<!--" + repeated + "-->"), ""},
+      {"CDATA", Nested(2, "<![CDATA[" + repeated + "]]>"), ""},
+      {"two CDATA sections", Nested(2, "<![CDATA[x]]><![CDATA[" + repeated + "]]>"), ""},
+      {"processing instruction", "<?pi " + repeated + "?>" + Nested(2), ""},
+      {"processing instruction without a target", "<?>" + repeated + "?>" + Nested(2), ""},
+      {"attribute values", Nested(2, "<b x='" + repeated + "' y=\"" + repeated + "\"/>"), ""},
+      {"DOCTYPE", "<!DOCTYPE d ] [" + repeated + "[<!-- ]]>" + Nested(2), ""},
+      {"DOCTYPE ending in <>", "<!DOCTYPE x<>" + Nested(256), ""},
+      {"unknown declaration", Nested(2, "<!x <a>>"), ""},
+      {"257 levels", Nested(257), deep},
+      {"257 levels, the last empty", Nested(256, "<b/>"), deep},
+      {"257 levels, attribute values holding />", "<ZelAppHostConfig WithoutKNX='1'>" + Repeat("<a x='/>'>", 128) + Repeat("<a\nx='/>'>", 128) + Repeat("</a>", 256) + "</ZelAppHostConfig>", deep},
+      {"257 levels after a DOCTYPE with markup in its brackets", "<?xml version='1.0'?><!DOCTYPE d [<!ELEMENT a ANY>]>" + Nested(257), deep},
+      {"257 levels, not closed", Nested(257).substr(0, Nested(257).find("</a>")), deep},
+      {"a comment does not hide what follows it", Nested(256, "<!-- -->" + repeated), deep},
+      {"100000 levels", Nested(100000), deep},  // overflowed the stack before the bound
+      {"257 levels after an empty element", "<x/>" + Nested(257), deep},
+      // The parser refuses an end tag outside any element; nothing before it is deeper.
+      {"end tag outside, then 256 levels", "</x>" + Nested(256), "expected element name"},
+      {"end tag outside, then 257 levels", "</x>" + Nested(257), deep},
   };
-  for (const auto& [label, text, accepted] : cases) {
+  for (const auto& [label, text, refusal] : cases) {
     AppHostConfiguration config;
     Tests::LogCapture log;
-    EXPECT_EQ(Load(config, text), accepted) << label;
-    EXPECT_TRUE(accepted ? log.Empty() : log.Equals({deep})) << label;
-    EXPECT_EQ(State(config), accepted ? "10000 - - - - -" : "00000 - - - - -") << label;
+    EXPECT_EQ(Load(config, text), refusal.empty()) << label;
+    EXPECT_TRUE(refusal.empty() ? log.Empty() : log.Equals({Error("Failed to read configuration file: " + refusal)})) << label;
+    EXPECT_EQ(State(config), refusal.empty() ? "10000 - - - - -" : "00000 - - - - -") << label;
   }
 }
 
