@@ -64,7 +64,7 @@ TEST_F(TableTest, FillKeepsTheRowsAndTheirParticulars) {
   EXPECT_EQ(byteRange(20, 102).m_internalUpper, 4);
   EXPECT_EQ(byteRange(20, 5).m_internalUpper, 255);
   EXPECT_EQ(dynamic_cast<const KnxConverterSceneInfo&>(*converter.GetEntry(Dpt(26, 1)).converter).GetRange().m_internalLower, -64);
-  const std::pair<KNXDPT, int> lookups[] = {{Dpt(9, 9), 0}, {Dpt(5, 1), 0}, {Dpt(20, 5), 0}, {Dpt(232, 600), 0}};
+  const std::pair<KNXDPT, int> lookups[] = {{Dpt(9, 9), 0}, {Dpt(5, 1), 0}, {Dpt(20, 5), 0}, {Dpt(232, 600), 0}, {Dpt(236, 1), 0}};
   for (const auto& l : lookups) {
     EXPECT_EQ(converter.GetEntry(l.first).dpt.subNumber, l.second) << l.first.mainNumber;
   }
@@ -158,6 +158,7 @@ TEST_F(TableTest, RangeEdges) {
       {"6.020 mode 0", Dpt(6, 20), Bits(ivtByte, 0xF0), false},
       {"6.020 mode 3", Dpt(6, 20), Bits(ivtByte, 0x03), false},
       {"21.001 0", Dpt(21, 1), Bits(ivtByte, 0), true},
+      {"236.001 0", Dpt(236, 1), Bits(ivtByte, 0), true},
       {"11.001 1990-01-01", Dpt(11, 1), Time(ivtDate, 1990, 1, 1, 0, 0, 0, 0), true},
       {"11.001 2089-12-31", Dpt(11, 1), Time(ivtDate, 2089, 12, 31, 0, 0, 0, 0), true},
       {"19.001 1900-01-01", Dpt(19, 1), Time(ivtDateTime, 1900, 1, 1, 0, 0, 0, 0), true},
