@@ -4,6 +4,8 @@
 // and the monitor are stopped by their own process ids. Skipped where the
 // monitor is not built (no knxd client library, as in the armhf build) or
 // knxd's programs are missing.
+#include "TestFiles.h"
+
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
@@ -25,13 +27,7 @@ namespace {
 
 using Json = nlohmann::json;
 using namespace std::chrono_literals;
-
-const char kGroupAddresses[] =
-    "Group name;Address;DatapointType\n"
-    "Temperatur Küche;1/2/3;DPST-9-1\n"
-    "Licht Küche;1/2/4;DPST-1-1\n"
-    "Leistung Herd;1/2/5;DPST-14-56\n"
-    "Reserve;1/2/6;\n";
+using Zel::Tests::kGroupAddresses;
 
 // Starts `args` with stdout into `output` and stderr into `output`.err;
 // its process id.
@@ -86,11 +82,7 @@ class ZelknxMonitor : public ::testing::Test {
 #endif
     if (std::string(ZELKNX_KNXD).empty() || std::string(ZELKNX_KNXTOOL).empty())
       GTEST_SKIP() << "knxd or knxtool not found";
-    char pattern[] = "/tmp/zelknx-knxd-XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    m_dir = pattern;
-    m_url = "local:" + m_dir + "/eib";
-    std::ofstream(m_dir + "/ga.csv", std::ios::binary) << kGroupAddresses;
+    m_folder.Write("ga.csv", kGroupAddresses);
     m_knxd = Spawn({ZELKNX_KNXD, "-e", "0.0.1", "-E", "0.0.2:8", "-u", m_dir + "/eib", "-b", "dummy:"}, m_dir + "/knxd.log");
     ASSERT_TRUE(WaitFor([&] { return access((m_dir + "/eib").c_str(), F_OK) == 0; })) << Read(m_dir + "/knxd.log");
   }
@@ -100,8 +92,6 @@ class ZelknxMonitor : public ::testing::Test {
       WaitExit(m_monitor, 0ms);
     if (m_knxd > 0)
       StopKnxd();
-    if (!m_dir.empty())
-      std::system(("rm -rf '" + m_dir + "'").c_str());
   }
 
   void StopKnxd() {
@@ -143,8 +133,9 @@ class ZelknxMonitor : public ::testing::Test {
 
   static constexpr const char* kProbe = "31/7/255";
 
-  std::string m_dir;
-  std::string m_url;
+  Zel::Tests::TempFolder m_folder;
+  const std::string m_dir = m_folder.Path();
+  const std::string m_url = "local:" + m_dir + "/eib";
   pid_t m_knxd = -1;
   pid_t m_monitor = -1;
 };

@@ -3,6 +3,7 @@
 // command line, DPT names and units, group address lists and batch
 // decoding of knxd's logs.
 #include "KnxprojBuilder.h"
+#include "TestFiles.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -23,6 +24,7 @@
 namespace {
 
 using Json = nlohmann::json;
+using Zel::Tests::kGroupAddresses;
 
 struct Result {
   int status;
@@ -56,24 +58,9 @@ std::vector<Json> JsonLines(const std::string& text) {
   return lines;
 }
 
-// A folder of its own for files the tool reads; removed with the test.
 class ZelknxFiles : public ::testing::Test {
  protected:
-  void SetUp() override {
-    char pattern[] = "/tmp/zelknx-test-XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    m_dir = pattern;
-  }
-  void TearDown() override { std::system(("rm -rf '" + m_dir + "'").c_str()); }
-
-  std::string Write(const std::string& name, const std::string& content) {
-    const std::string path = m_dir + "/" + name;
-    std::ofstream(path, std::ios::binary) << content;
-    return path;
-  }
-
- private:
-  std::string m_dir;
+  Zel::Tests::TempFolder files;
 };
 
 struct RoundTrip {
@@ -109,19 +96,12 @@ TEST(ZelknxTool, EncodeDecodeRoundTripsOnBothPaths) {
   EXPECT_EQ(JsonOf("decode --table 9.001 '0c 33'"), (Json{{"dpt", "9.001"}, {"type", "ivtFloat"}, {"value", 21.5}, {"name", "DPT_Value_Temp"}, {"unit", "°C"}}));
 }
 
-const char kGroupAddresses[] =
-    "Group name;Address;DatapointType\n"
-    "Temperatur Küche;1/2/3;DPST-9-1\n"
-    "Licht Küche;1/2/4;DPST-1-1\n"
-    "Leistung Herd;1/2/5;DPST-14-56\n"
-    "Reserve;1/2/6;\n";
-
 // Usage errors exit with 2, the library's refusals with 1; the JSON error
 // starts with the text given. Text that is not UTF-8, wherever it comes
 // from, is written with U+FFFD: JSON output never aborts.
 TEST_F(ZelknxFiles, RefusalsAndUsageErrors) {
-  const std::string csv = " --ga-csv '" + Write("ga.csv", kGroupAddresses) + "'";
-  const std::string bad = Write("bad.csv", "Group name,Address\nA,1/2/3\nB,1/2/x\n");
+  const std::string csv = " --ga-csv '" + files.Write("ga.csv", kGroupAddresses) + "'";
+  const std::string bad = files.Write("bad.csv", "Group name,Address\nA,1/2/3\nB,1/2/x\n");
   const std::vector<std::tuple<std::string, int, std::string>> cases = {
       {"encode 9.x 1", 2, "bad DPT '9.x'"},
       {"decode 9.001 0g33", 2, "bad hex string"},
@@ -149,10 +129,10 @@ TEST_F(ZelknxFiles, RefusalsAndUsageErrors) {
     EXPECT_EQ(Json::parse(run.out).at("error").get<std::string>().substr(0, error.size()), error);
   }
   // \374 is ü in Latin-1.
-  const std::string config = Write("latin1.xml", "<ZelAppHostConfig><ObjectModelConfig Path=\"/opt/K\374che.json\"/></ZelAppHostConfig>");
+  const std::string config = files.Write("latin1.xml", "<ZelAppHostConfig><ObjectModelConfig Path=\"/opt/K\374che.json\"/></ZelAppHostConfig>");
   EXPECT_EQ(JsonOf("config '" + config + "'")["ObjectModelConfigPath"], "/opt/K\uFFFDche.json");
-  const std::string latin1 = Write("latin1.csv", "Group name;Address;DatapointType\nK\374che;1/2/3;DPST-9-1\n");
-  EXPECT_EQ(JsonOf("decode --ga-csv '" + latin1 + "' - < '" + Write("log.txt", "1/2/3 0c33\n") + "'")["group"], "Küche");  // a Windows-1252 export
+  const std::string latin1 = files.Write("latin1.csv", "Group name;Address;DatapointType\nK\374che;1/2/3;DPST-9-1\n");
+  EXPECT_EQ(JsonOf("decode --ga-csv '" + latin1 + "' - < '" + files.Write("log.txt", "1/2/3 0c33\n") + "'")["group"], "Küche");  // a Windows-1252 export
 }
 
 // Every command that the general help lists has its help and its entry in
@@ -224,19 +204,19 @@ TEST(ZelknxTool, OptionsBeforeOrAfterTheCommand) {
 // hex), and exit status 1. A group address stands for its DPT in the other
 // commands too.
 TEST_F(ZelknxFiles, BatchDecodingOfMonitorLogs) {
-  const std::string csv = Write("ga.csv", kGroupAddresses);
-  const std::string log = Write("log.txt",
-                                "Write from 1.1.5 to 1/2/3: 0C 33 \n"
-                                "Read from 1.1.7 to 1/2/5\n"
-                                "this is not a telegram\n"
-                                "\n"
-                                "Mar 15 08:30:00 host knxd[12]: Layer 0 [22:log/B.tpuarts  367.099] Recv L_Data low from 1.1.5 to 1/2/5 hops: 06 T_Data_Group A_GroupValue_Response 42 C8 00 00 \n"
-                                "LPDU: BC 00 04 0A 04 E1 00 81 2E :L_Data low from 0.0.4 to 1/2/4 hops: 06 T_DATA_XXX_REQ A_GroupValue_Write (small) 00 \n"
-                                "2024-03-15 08:30:01.250 RecvEMI(012): 29 00 BC E0 11 0F 0A 06 02 00 80 01\n"
-                                "11.001 0f0d18\n"
-                                "9.001 0c33\n"
-                                "1/2/6 0c33\n"
-                                "1/2/3 0c 33\n");
+  const std::string csv = files.Write("ga.csv", kGroupAddresses);
+  const std::string log = files.Write("log.txt",
+                                      "Write from 1.1.5 to 1/2/3: 0C 33 \n"
+                                      "Read from 1.1.7 to 1/2/5\n"
+                                      "this is not a telegram\n"
+                                      "\n"
+                                      "Mar 15 08:30:00 host knxd[12]: Layer 0 [22:log/B.tpuarts  367.099] Recv L_Data low from 1.1.5 to 1/2/5 hops: 06 T_Data_Group A_GroupValue_Response 42 C8 00 00 \n"
+                                      "LPDU: BC 00 04 0A 04 E1 00 81 2E :L_Data low from 0.0.4 to 1/2/4 hops: 06 T_DATA_XXX_REQ A_GroupValue_Write (small) 00 \n"
+                                      "2024-03-15 08:30:01.250 RecvEMI(012): 29 00 BC E0 11 0F 0A 06 02 00 80 01\n"
+                                      "11.001 0f0d18\n"
+                                      "9.001 0c33\n"
+                                      "1/2/6 0c33\n"
+                                      "1/2/3 0c 33\n");
   const Result run = Zelknx("--json decode --ga-csv '" + csv + "' - < '" + log + "'");
   EXPECT_EQ(run.status, 1);
   const std::vector<Json> expected = {
@@ -252,7 +232,7 @@ TEST_F(ZelknxFiles, BatchDecodingOfMonitorLogs) {
   };
   EXPECT_EQ(JsonLines(run.out), expected) << run.out;
 
-  const Result text = Zelknx("decode --ga-csv '" + csv + "' - < '" + Write("good.txt", "Write from 1.1.5 to 1/2/3: 0C 33\n2024-03-15 08:30:01 49 0C 11 0F 0A 04 E1 00 81\nDebug: no telegram\n9.004 0c33\n1/2/3 0c33\n") + "'");
+  const Result text = Zelknx("decode --ga-csv '" + csv + "' - < '" + files.Write("good.txt", "Write from 1.1.5 to 1/2/3: 0C 33\n2024-03-15 08:30:01 49 0C 11 0F 0A 04 E1 00 81\nDebug: no telegram\n9.004 0c33\n1/2/3 0c33\n") + "'");
   EXPECT_EQ(text.status, 0);
   EXPECT_EQ(text.out, "1.1.5 -> 1/2/3 Temperatur Küche (9.001) write 21.5 °C\n2024-03-15T08:30:01 1.1.15 -> 1/2/4 Licht Küche (1.001) write true\n21.5 lux\n1/2/3 Temperatur Küche: 21.5 °C\n");
   EXPECT_EQ(JsonOf("encode 1/2/3 21.5 --ga-csv '" + csv + "'")["hex"], "0c33");
@@ -269,19 +249,19 @@ TEST_F(ZelknxFiles, GroupAddressListsOfExportsAndProjects) {
   contents.groups = {{0x0A03, "Temperatur Küche", "DPST-9-1"}, {0x0A04, "Zähler", "DPT-13"}, {0x0A05, "Reserve", ""}};
   contents.cipher = Zel::Tests::ZipCipher::Aes256;
   contents.archivePassword = "8pqussL76WjB9C5muPqO/sN7UJruVxTWBHKyBPcdnlc=";
-  const std::string path = Write("haus.knxproj", Zel::Tests::MakeKnxproj(contents));
+  const std::string path = files.Write("haus.knxproj", Zel::Tests::MakeKnxproj(contents));
   const std::string project = " --project '" + path + "' --password geheim";
   EXPECT_EQ(Zelknx("ga" + project).out, "1/515 Temperatur Küche (9.001 DPT_Value_Temp, °C)\n1/516 Zähler (13 4-octet signed value)\n1/517 Reserve\n");
   const std::vector<Json> listed = {{{"address", "1/515"}, {"name", "Temperatur Küche"}, {"dpt", "9.001"}}, {{"address", "1/516"}, {"name", "Zähler"}, {"dpt", "13"}}, {{"address", "1/517"}, {"name", "Reserve"}, {"dpt", nullptr}}};
   EXPECT_EQ(JsonLines(Zelknx("--json ga" + project).out), listed);
   EXPECT_EQ(JsonOf("decode 1/515 0c33" + project)["value"], 21.5);
-  EXPECT_EQ(Zelknx("ga --ga-csv '" + Write("ga.csv", kGroupAddresses) + "'").out.rfind("1/2/3 Temperatur Küche (9.001 DPT_Value_Temp, °C)\n1/2/4 Licht Küche (1.001 DPT_Switch)\n", 0), 0u);
+  EXPECT_EQ(Zelknx("ga --ga-csv '" + files.Write("ga.csv", kGroupAddresses) + "'").out.rfind("1/2/3 Temperatur Küche (9.001 DPT_Value_Temp, °C)\n1/2/4 Licht Küche (1.001 DPT_Switch)\n", 0), 0u);
 
   const std::vector<std::pair<std::string, std::string>> refused = {
       {"decode 1/2/5 0c33" + project, "group address 1/2/5 has no DPT in " + path},
       {"ga --project '" + path + "' --password falsch", path + ": wrong password for the project"},
       {"ga --project '" + path + "'", path + ": the project is password-protected: give its password (--password)"},
-      {"ga --project '" + Write("bad.knxproj", "PK") + "'", Write("bad.knxproj", "PK") + ": not a ZIP archive, or a damaged one"},
+      {"ga --project '" + files.Write("bad.knxproj", "PK") + "'", files.Write("bad.knxproj", "PK") + ": not a ZIP archive, or a damaged one"},
       {"ga", "ga lists the group addresses of --ga-csv FILE or --project FILE"},
       {"ga --ga-csv '" + path + "'" + project, "give --ga-csv or --project, not both"},
       {"dpt 9 --password geheim", "--password is the password of an ETS project (--project)"},
