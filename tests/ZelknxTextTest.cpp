@@ -115,12 +115,6 @@ TEST(ZelknxValueText, IntegersAsTheDevicesTypesCarryThemAndNoValue) {
   }
 }
 
-// Text that is not UTF-8 is written replaced, never thrown about.
-TEST(ZelknxValueText, JsonOfTextThatIsNotUtf8) {
-  EXPECT_EQ(DumpJson(nlohmann::ordered_json{{"error", "bad DPT '\xff'"}}), "{\"error\":\"bad DPT '\uFFFD'\"}");
-  EXPECT_EQ(DumpJson(nlohmann::ordered_json{{"value", "K\374che"}}), "{\"value\":\"K\uFFFDche\"}");  // ü in Latin-1
-}
-
 TEST(ZelknxGroupAddress, TextForms) {
   const std::vector<std::pair<const char*, int>> cases = {
       {"1/2/3", 0x0A03},
