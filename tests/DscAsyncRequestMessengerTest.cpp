@@ -62,7 +62,8 @@ TEST(DscAsyncRequestMessenger, RequestOutcomes) {
   const Plan none{SimulatedFault::NoAnswer, {}}, empty{SimulatedFault::EmptyId, {}}, slow{SimulatedFault::None, 60ms};
   const ExpectedEntry emptyId = Error("Request ID is empty, retrying");
   const auto fields = [](const Docket& d) { return std::make_tuple(d.IsAnswered(), d.IsReplyValid(), d.ReadReply(), d.ReadDeliveryError()); };
-  int calls = 0;  // of the relevance predicate
+  EXPECT_EQ(fields(kNone), std::make_tuple(false, false, "", ""));  // what a request without an answer gives
+  int calls = 0;                                                    // of the relevance predicate
   struct Case {
     const char* label;
     std::vector<Plan> plans;

@@ -98,6 +98,7 @@ TEST_F(TableTest, RoundTripsWithTheStandardsOctets) {
       {"11.001 2023-02-28", Dpt(11, 1), Time(ivtDate, 2023, 2, 28, 0, 0, 0, tuesday), {0x1C, 0x02, 0x17}, 24, ivtDate},
       {"12.001 max", Dpt(12, 1), Bits(ivtDWord, 0xFFFFFFFF), {0xFF, 0xFF, 0xFF, 0xFF}, 32, ivtDWord},
       {"13.001 min", Dpt(13, 1), Bits(ivtInteger, 0x80000000), {0x80, 0x00, 0x00, 0x00}, 32, ivtInteger},
+      {"13.001 max", Dpt(13, 1), Bits(ivtInteger, 0x7FFFFFFF), {0x7F, 0xFF, 0xFF, 0xFF}, 32, ivtInteger},
       {"14.x 1.0", Dpt(14, 0), Real(1.0), {0x3F, 0x80, 0x00, 0x00}, 32, ivtFloat},
       {"15.000 access", Dpt(15, 0), Bits(ivtDWord, 0x12345678), {0x12, 0x34, 0x56, 0x78}, 32, ivtDWord},
       {"16.000 ASCII", Dpt(16, 0), Text("KNX is OK"), {0x4B, 0x4E, 0x58, 0x20, 0x69, 0x73, 0x20, 0x4F, 0x4B, 0, 0, 0, 0, 0}, 112, ivtString},

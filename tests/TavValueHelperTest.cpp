@@ -8,10 +8,15 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdint>
+#include <thread>
+#include <tuple>
 
 namespace Zel {
 namespace {
+
+using namespace std::chrono_literals;
 
 TEST(ToTavValue, EachTypeGoesToItsPlatformType) {
   const boost::posix_time::ptime friday(boost::gregorian::date(2024, 5, 17),
@@ -66,12 +71,16 @@ TEST(RepairUTF8, ReplacesEachInvalidSequenceByAQuestionMark) {
 }
 
 TEST(MeasureDuration, InfoAtOrOverTheThresholdDebugOtherwise) {
-  const std::pair<boost::optional<boost::timer::nanosecond_type>, log4cplus::LogLevel> cases[] = {
-      {0, log4cplus::INFO_LOG_LEVEL}, {boost::timer::nanosecond_type{1} << 60, log4cplus::DEBUG_LOG_LEVEL}, {boost::none, log4cplus::DEBUG_LOG_LEVEL}};
-  for (const auto& [threshold, level] : cases) {
+  // A scope that sleeps 3 ms takes at least as long.
+  const std::tuple<boost::optional<boost::timer::nanosecond_type>, std::chrono::milliseconds, log4cplus::LogLevel> cases[] = {
+      {0, 0ms, log4cplus::INFO_LOG_LEVEL}, {2000000, 3ms, log4cplus::INFO_LOG_LEVEL}, {boost::timer::nanosecond_type{1} << 60, 0ms, log4cplus::DEBUG_LOG_LEVEL}, {boost::none, 0ms, log4cplus::DEBUG_LOG_LEVEL}};
+  for (const auto& [threshold, sleep, level] : cases) {
     SCOPED_TRACE(threshold ? "threshold " + std::to_string(*threshold) : std::string("no threshold"));
     Tests::LogCapture log;
-    { const MeasureDuration timer("Scope took ", threshold); }
+    {
+      const MeasureDuration timer("Scope took ", threshold);
+      std::this_thread::sleep_for(sleep);
+    }
     const auto entries = log.Entries();
     ASSERT_EQ(entries.size(), 1u);
     EXPECT_EQ(entries[0].level, level);
@@ -91,10 +100,11 @@ TEST(MeasureDuration, InfoAtOrOverTheThresholdDebugOtherwise) {
 TEST(MeasureDuration, AsksTheLevelAtTheEndOfTheScope) {
   Tests::LogCapture log(log4cplus::ERROR_LOG_LEVEL);
   {
-    const MeasureDuration timer("Scope took ");
+    const MeasureDuration timer("Scope took ", 0);  // started on the coarse clock, which may not move
     GetGlobalDefaultLogger().setLogLevel(log4cplus::DEBUG_LOG_LEVEL);
   }
-  EXPECT_EQ(log.Entries().size(), 1u);
+  ASSERT_EQ(log.Entries().size(), 1u);
+  EXPECT_EQ(log.Entries()[0].level, log4cplus::INFO_LOG_LEVEL);  // no time at all is at the threshold 0
   log.Clear();
   {
     const MeasureDuration timer("Scope took ");
