@@ -64,7 +64,7 @@ TEST_F(TableTest, FillKeepsTheRowsAndTheirParticulars) {
   EXPECT_EQ(byteRange(20, 102).m_internalUpper, 4);
   EXPECT_EQ(byteRange(20, 5).m_internalUpper, 255);
   EXPECT_EQ(dynamic_cast<const KnxConverterSceneInfo&>(*converter.GetEntry(Dpt(26, 1)).converter).GetRange().m_internalLower, -64);
-  const std::pair<KNXDPT, int> lookups[] = {{Dpt(9, 9), 0}, {Dpt(5, 1), 0}, {Dpt(20, 5), 0}, {Dpt(232, 600), 0}, {Dpt(236, 1), 0}};
+  const std::pair<KNXDPT, int> lookups[] = {{Dpt(9, 9), 0}, {Dpt(5, 1), 0}, {Dpt(20, 5), 0}, {Dpt(232, 600), 0}, {Dpt(236, 1), 0}, {Dpt(238, 600), 0}};
   for (const auto& l : lookups) {
     EXPECT_EQ(converter.GetEntry(l.first).dpt.subNumber, l.second) << l.first.mainNumber;
   }
@@ -107,7 +107,7 @@ TEST_F(TableTest, RoundTripsWithTheStandardsOctets) {
        {0x47, 0x72, 0xFC, 0xDF, 0x65, 0, 0, 0, 0, 0, 0, 0, 0, 0},
        112,
        ivtString},
-      {"17.001 63", Dpt(17, 1), Bits(ivtInteger, 63), {0x3F}, 8, ivtByte},
+      {"17.x 63", Dpt(17, 0), Bits(ivtInteger, 63), {0x3F}, 8, ivtByte},  // 17.001's row, 17 alone enough
       {"19.001 2023-02-28 13:45:07", Dpt(19, 1), Time(ivtDateTime, 2023, 2, 28, 13, 45, 7, tuesday), {0x7B, 0x02, 0x1C, 0x4D, 0x2D, 0x07, 0x20, 0x00}, 64, ivtDateTime},
       {"20.102 4", Dpt(20, 102), Bits(ivtByte, 4), {0x04}, 8, ivtByte},
       {"21.001", Dpt(21, 1), Bits(ivtByte, 0x81), {0x81}, 8, ivtByte},
@@ -160,6 +160,9 @@ TEST_F(TableTest, RangeEdges) {
       {"6.020 mode 3", Dpt(6, 20), Bits(ivtByte, 0x03), false},
       {"21.001 0", Dpt(21, 1), Bits(ivtByte, 0), true},
       {"236.001 0", Dpt(236, 1), Bits(ivtByte, 0), true},
+      {"238.600 0", Dpt(238, 600), Bits(ivtByte, 0), true},
+      {"4.x U+0080", Dpt(4, 0), Text("\xC2\x80"), false},
+      {"4.001 U+0080", Dpt(4, 1), Text("\xC2\x80"), false},
       {"11.001 1990-01-01", Dpt(11, 1), Time(ivtDate, 1990, 1, 1, 0, 0, 0, 0), true},
       {"11.001 2089-12-31", Dpt(11, 1), Time(ivtDate, 2089, 12, 31, 0, 0, 0, 0), true},
       {"19.001 1900-01-01", Dpt(19, 1), Time(ivtDateTime, 1900, 1, 1, 0, 0, 0, 0), true},
