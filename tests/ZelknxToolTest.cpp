@@ -101,7 +101,6 @@ TEST(ZelknxTool, EncodeDecodeRoundTripsOnBothPaths) {
 // from, is written with U+FFFD: JSON output never aborts.
 TEST_F(ZelknxFiles, RefusalsAndUsageErrors) {
   const std::string csv = " --ga-csv '" + files.Write("ga.csv", kGroupAddresses) + "'";
-  const std::string bad = files.Write("bad.csv", "Group name,Address\nA,1/2/3\nB,1/2/x\n");
   const std::vector<std::tuple<std::string, int, std::string>> cases = {
       {"encode 9.x 1", 2, "bad DPT '9.x'"},
       {"decode 9.001 0g33", 2, "bad hex string"},
@@ -109,15 +108,11 @@ TEST_F(ZelknxFiles, RefusalsAndUsageErrors) {
       {"encode --fast 9.001 1", 2, "unknown option --fast"},
       {"frobnicate", 2, "unknown command 'frobnicate'"},
       {"encode 11.001 2023-02-29", 1, "Not a valid date: 2023 2 29"},
-      {"encode 24.001 text", 1, "Value type 24 not supported"},
-      {"encode 4.001 -", 1, "Value type mismatch: Expected 'Empty', got 'ivtNone'"},  // no value for a DPT without a value type
       {"encode 17.001 64", 1, "DPT 17.001 refused the value without an error entry"},
       {"dpt 99", 1, "No Entry found for DPT = 99.0"},
       {"id co 4096", 1, "CO 4096 has no object-model id"},
       {"decode 1/2/6 0c33" + csv, 2, "group address 1/2/6 has no DPT in "},
       {"decode 1/2/7 0c33" + csv, 2, "group address 1/2/7 is not in "},
-      {"decode 1/2/3 0c33 --ga-csv '" + bad + "'", 2, bad + ":3: bad group address '1/2/x'"},
-      {"decode 1/2/3 0c33 --ga-csv /nonexistent/ga.csv", 2, "/nonexistent/ga.csv:0: cannot be read"},
       {"decode 1/2/3 0c33", 2, "bad DPT '1/2/3'"},  // a group address without a list
       {"encode '\xFF' 1", 2, "bad DPT '\uFFFD' (write"},
       {"config '/nonexistent/\xFF.xml'", 1, "App host config file cannot be read from: \"/nonexistent/\uFFFD.xml\""},
@@ -198,22 +193,19 @@ TEST(ZelknxTool, OptionsBeforeOrAfterTheCommand) {
   EXPECT_EQ(Zelknx("--json --bits 8 encode 9.001 1").out, "{\"error\":\"unknown option --bits for encode\"}\n");
 }
 
-// Every line form in one batch, other lines, a bad line and a refused value
-// in the middle: one result per telegram or payload line, in order, the
-// live monitor's object for a telegram (a group without a DPT: its data in
-// hex), and exit status 1. A group address stands for its DPT in the other
-// commands too.
+// Line forms of both kinds in one batch, other lines and a line that cannot
+// be decoded in the middle: one result per telegram or payload line, in
+// order, the live monitor's object for a telegram (a group without a DPT:
+// its data in hex), and exit status 1. A group address stands for its DPT
+// in the other commands too. (Each line form: ZelknxTextTest.)
 TEST_F(ZelknxFiles, BatchDecodingOfMonitorLogs) {
   const std::string csv = files.Write("ga.csv", kGroupAddresses);
   const std::string log = files.Write("log.txt",
                                       "Write from 1.1.5 to 1/2/3: 0C 33 \n"
-                                      "Read from 1.1.7 to 1/2/5\n"
                                       "this is not a telegram\n"
                                       "\n"
                                       "Mar 15 08:30:00 host knxd[12]: Layer 0 [22:log/B.tpuarts  367.099] Recv L_Data low from 1.1.5 to 1/2/5 hops: 06 T_Data_Group A_GroupValue_Response 42 C8 00 00 \n"
-                                      "LPDU: BC 00 04 0A 04 E1 00 81 2E :L_Data low from 0.0.4 to 1/2/4 hops: 06 T_DATA_XXX_REQ A_GroupValue_Write (small) 00 \n"
                                       "2024-03-15 08:30:01.250 RecvEMI(012): 29 00 BC E0 11 0F 0A 06 02 00 80 01\n"
-                                      "11.001 0f0d18\n"
                                       "9.001 0c33\n"
                                       "1/2/6 0c33\n"
                                       "1/2/3 0c 33\n");
@@ -221,14 +213,11 @@ TEST_F(ZelknxFiles, BatchDecodingOfMonitorLogs) {
   EXPECT_EQ(run.status, 1);
   const std::vector<Json> expected = {
       {{"line", 1}, {"src", "1.1.5"}, {"dst", "1/2/3"}, {"name", "Temperatur Küche"}, {"dpt", "9.001"}, {"apci", "write"}, {"hex", "0c33"}, {"value", 21.5}, {"unit", "°C"}},
-      {{"line", 2}, {"src", "1.1.7"}, {"dst", "1/2/5"}, {"name", "Leistung Herd"}, {"dpt", "14.056"}, {"apci", "read"}, {"hex", ""}, {"value", nullptr}, {"unit", nullptr}},
-      {{"line", 5}, {"time", "Mar 15 08:30:00"}, {"src", "1.1.5"}, {"dst", "1/2/5"}, {"name", "Leistung Herd"}, {"dpt", "14.056"}, {"apci", "response"}, {"hex", "42c80000"}, {"value", 100.0}, {"unit", "W"}},
-      {{"line", 6}, {"src", "0.0.4"}, {"dst", "1/2/4"}, {"name", "Licht Küche"}, {"dpt", "1.001"}, {"apci", "write"}, {"hex", "00"}, {"value", false}, {"unit", nullptr}},
-      {{"line", 7}, {"time", "2024-03-15T08:30:01.250"}, {"src", "1.1.15"}, {"dst", "1/2/6"}, {"name", "Reserve"}, {"dpt", nullptr}, {"apci", "write"}, {"hex", "01"}, {"value", nullptr}, {"unit", nullptr}},
-      {{"line", 8}, {"error", "Received invalid value 0f 0d 18 for DPT 11.1"}},  // month 13
-      {{"line", 9}, {"dpt", "9.001"}, {"type", "ivtFloat"}, {"value", 21.5}, {"name", "DPT_Value_Temp"}, {"unit", "°C"}},
-      {{"line", 10}, {"error", "no DPT for group address 1/2/6 in " + csv}},
-      {{"line", 11}, {"dst", "1/2/3"}, {"group", "Temperatur Küche"}, {"dpt", "9.001"}, {"type", "ivtFloat"}, {"value", 21.5}, {"name", "DPT_Value_Temp"}, {"unit", "°C"}},
+      {{"line", 4}, {"time", "Mar 15 08:30:00"}, {"src", "1.1.5"}, {"dst", "1/2/5"}, {"name", "Leistung Herd"}, {"dpt", "14.056"}, {"apci", "response"}, {"hex", "42c80000"}, {"value", 100.0}, {"unit", "W"}},
+      {{"line", 5}, {"time", "2024-03-15T08:30:01.250"}, {"src", "1.1.15"}, {"dst", "1/2/6"}, {"name", "Reserve"}, {"dpt", nullptr}, {"apci", "write"}, {"hex", "01"}, {"value", nullptr}, {"unit", nullptr}},
+      {{"line", 6}, {"dpt", "9.001"}, {"type", "ivtFloat"}, {"value", 21.5}, {"name", "DPT_Value_Temp"}, {"unit", "°C"}},
+      {{"line", 7}, {"error", "no DPT for group address 1/2/6 in " + csv}},
+      {{"line", 8}, {"dst", "1/2/3"}, {"group", "Temperatur Küche"}, {"dpt", "9.001"}, {"type", "ivtFloat"}, {"value", 21.5}, {"name", "DPT_Value_Temp"}, {"unit", "°C"}},
   };
   EXPECT_EQ(JsonLines(run.out), expected) << run.out;
 
@@ -237,7 +226,7 @@ TEST_F(ZelknxFiles, BatchDecodingOfMonitorLogs) {
   EXPECT_EQ(text.out, "1.1.5 -> 1/2/3 Temperatur Küche (9.001) write 21.5 °C\n2024-03-15T08:30:01 1.1.15 -> 1/2/4 Licht Küche (1.001) write true\n21.5 lux\n1/2/3 Temperatur Küche: 21.5 °C\n");
   EXPECT_EQ(JsonOf("encode 1/2/3 21.5 --ga-csv '" + csv + "'")["hex"], "0c33");
   EXPECT_EQ(JsonOf("dpt 1/2/5 --ga-csv '" + csv + "'")["name"], "DPT_Value_Power");
-  EXPECT_EQ(Zelknx("decode - < '" + log + "'").out.rfind("1.1.5 -> 1/2/3 write 0c 33\n1.1.7 -> 1/2/5 read\n", 0), 0u);  // no list: the data in hex
+  EXPECT_EQ(Zelknx("decode - < '" + log + "'").out.rfind("1.1.5 -> 1/2/3 write 0c 33\n", 0), 0u);  // no list: the data in hex
 }
 
 // `ga` lists an export or a project; --project works wherever --ga-csv
@@ -259,9 +248,7 @@ TEST_F(ZelknxFiles, GroupAddressListsOfExportsAndProjects) {
 
   const std::vector<std::pair<std::string, std::string>> refused = {
       {"decode 1/2/5 0c33" + project, "group address 1/2/5 has no DPT in " + path},
-      {"ga --project '" + path + "' --password falsch", path + ": wrong password for the project"},
       {"ga --project '" + path + "'", path + ": the project is password-protected: give its password (--password)"},
-      {"ga --project '" + files.Write("bad.knxproj", "PK") + "'", files.Write("bad.knxproj", "PK") + ": not a ZIP archive, or a damaged one"},
       {"ga", "ga lists the group addresses of --ga-csv FILE or --project FILE"},
       {"ga --ga-csv '" + path + "'" + project, "give --ga-csv or --project, not both"},
       {"dpt 9 --password geheim", "--password is the password of an ETS project (--project)"},
