@@ -47,6 +47,7 @@ TEST(FuzzFindings, RoundTripAsymmetriesAndPathDifferences) {
       {"2-bit converter: byte type, which the Boolean 2.x row refuses", {2, 2, 0}, {0x01}, "6:1", "6:1", false, "refused", ""},
       {"3.x: the nibble in the row's float type, encoding takes bytes only", {4, 3, 0}, {0x0B}, "6:11", "3:0", false, "refused", ""},
       {"17.x: the scene converter's byte type against the row's integer type", {8, 17, 0}, {0x05}, "6:5", "6:5", false, "refused", ""},
+      {"18.001: the row's integer type, which the scene control converter refuses: the table encodes no 18.001 value", {8, 18, 1}, {0x05}, "6:5", "4:5", false, "refused", ""},
       {"23: encoded in 2 bits, checked against the 8-bit table row", {8, 23, 1}, {0x01}, "6:1", "6:1", true, "01/2", "refused"},
       {"9: the invalid-data word decodes directly as a number that encodes as 0x7FFE, is no value in the table", {16, 9, 1}, {0x7F, 0xFF}, "3:670760.96", "0:", true, "7f fe/16", "3:670433.28"},
       {"6: byte type on the direct path, signed in the table", {8, 6, 1}, {0x80}, "6:128", "4:-128", false, nullptr, nullptr},
