@@ -154,6 +154,7 @@ TEST(AppHostConfig, NestingIsBoundedBeforeTheParserSeesIt) {
       {"100000 levels", Nested(100000), deep},  // overflowed the stack before the bound
       {"257 levels after an empty element", "<x/>" + Nested(257), deep},
       {"257 levels after an empty comment", "<!---->" + Nested(257), deep},
+      {"257 levels, a declaration that starts like a comment", Nested(256, "<!-x><b/>"), deep},
       // The parser refuses an end tag outside any element; nothing before it is deeper.
       {"end tag outside, then 256 levels", "</x>" + Nested(256), "expected element name"},
       {"end tag outside, then 257 levels", "</x>" + Nested(257), deep},

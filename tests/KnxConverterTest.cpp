@@ -169,6 +169,7 @@ TEST_F(TableTest, RangeEdges) {
       {"19.001 2156-01-01", Dpt(19, 1), Time(ivtDateTime, 2156, 1, 1, 0, 0, 0, 0), false},
       {"19.001 24:00:00", Dpt(19, 1), Time(ivtDateTime, 2023, 2, 28, 24, 0, 0, 0), false},
       {"12.001 0", Dpt(12, 1), Bits(ivtDWord, 0), true},
+      {"27.001 0", Dpt(27, 1), Bits(ivtDWord, 0), true},
       {"15.000 0", Dpt(15, 0), Bits(ivtDWord, 0), true},
       {"12.001 max", Dpt(12, 1), Bits(ivtDWord, 0xFFFFFFFF), true},
       {"232.600 0", Dpt(232, 600), Bits(ivtDWord, 0), true},
@@ -229,6 +230,7 @@ TEST(Converters, RefuseWithExactlyOneEntry) {
       {"4-bit main 5", KnxConverter4Bit(FloatIntegerRange(0, 15, -100.0, 100.0)), Dpt(5, 1), Bits(ivtByte, 1), {0x01}, "Wrong DPT main number (3.x)!"},
       {"4.001 non-ASCII", KnxConverter8BitString(IntegerRange(0, 127, 0, 127)), Dpt(4, 1), Text("\xC3\xBC"), {}, "Value out of raw range [0..127] for DPT 4.001:\xC3\xBC"},
       {"4.001 two characters", KnxConverter8BitString(IntegerRange(0, 127, 0, 127)), Dpt(4, 1), Text("ab"), {}, "Value out of raw range [0..127] for DPT 4.001:ab"},
+      {"4.001 invalid UTF-8", KnxConverter8BitString(IntegerRange(0, 127, 0, 127)), Dpt(4, 1), Text("\xFF"), {}, "Value out of raw range [0..127] for DPT 4.001:\xFF"},
       {"4.001 integer", KnxConverter8BitString(IntegerRange(0, 127, 0, 127)), Dpt(4, 1), Bits(ivtInteger, 65), {}, "Wrong tav value type (ivtString) or DPT main number (4.x)!"},
       {"4.001 octet 200", KnxConverter8BitString(IntegerRange(0, 127, 0, 127)), Dpt(4, 1), TAVVALUE(), {200}, "Value out of raw range [0..127] for DPT 4.001:200"},
       {"4.x main 5", KnxConverter8BitString(IntegerRange(0, 127, 0, 127)), Dpt(5, 1), TAVVALUE(), {65}, "Wrong DPT main number (4.x)!"},
@@ -243,6 +245,7 @@ TEST(Converters, RefuseWithExactlyOneEntry) {
       {"8.x decoded as main 7", KnxConverterInteger16BitSigned(IntegerRange(-32768, 32767, -32768, 32767)), Dpt(7, 1), TAVVALUE(), {0, 1}, "Wrong DPT main number (8.x)!"},
       {"12.x integer on main 12", KnxConverterInteger32BitUnsigned(LongIntegerRange(0, 4294967295, 0, 4294967295)), Dpt(12, 1), Bits(ivtInteger, 1), {}, "Wrong tav value type (ivtDWord)!"},
       {"232.x four octets received", KnxConverterInteger24BitUnsigned(LongIntegerRange(0, 16777215, 0, 16777215)), Dpt(232, 600), TAVVALUE(), {1, 0, 0, 0}, "The internal value of DPT=232.600, ivt=1 is out of range: 16777216"},
+      {"232.x integer", KnxConverterInteger24BitUnsigned(LongIntegerRange(0, 16777215, 0, 16777215)), Dpt(232, 600), Bits(ivtInteger, 1), {}, "Wrong tav value type (ivtDWord)!"},
       {"13.x float", KnxConverterInteger32BitSigned(IntegerRange(INT32_MIN, INT32_MAX, INT32_MIN, INT32_MAX)), Dpt(9, 1), Real(1), {}, "Wrong DPT main number (13.x) or tav value type (ivtInteger)!"},
       {"13.x decoded as main 12", KnxConverterInteger32BitSigned(IntegerRange(INT32_MIN, INT32_MAX, INT32_MIN, INT32_MAX)), Dpt(12, 1), TAVVALUE(), {0, 0, 0, 1}, "Wrong DPT main number (13.x)!"},
       {"9.004 NaN sent", KnxConverterFloat16BitFloat(FloatRange(0.0, 670760.0, 0.0, 670760.0)), Dpt(9, 4), Real(NAN), {}, "The internal value of DPT=9.4, f=nan is out of the allowed range."},
@@ -339,6 +342,7 @@ TEST(Converters, DeliberateQuirksAreKept) {
   EXPECT_TRUE(KnxConverter4Bit(FloatIntegerRange()).FromKnxValue(Dpt(3, 7), Group({0x0B}, 4), decoded));
   EXPECT_EQ(decoded.ivt, ivtFloat);  // left as the caller set it
   EXPECT_EQ(decoded.GetByte(), 0x0B);
+  EXPECT_EQ(OctetsOf(Encode(KnxConverter4Bit(FloatIntegerRange(0, 15, -100.0, 100.0)), Dpt(3, 7), Bits(ivtByte, 0x0B)).second), Octets{0x0B});
 
   const IntegerRange status(0, 255, 0, 255);
   // 6.020: a refused octet is still written; any of main 6, sub 20 or the byte type is accepted.
@@ -346,8 +350,10 @@ TEST(Converters, DeliberateQuirksAreKept) {
   EXPECT_FALSE(refused.first);
   EXPECT_EQ(OctetsOf(refused.second), Octets{0x03});
   EXPECT_TRUE(Encode(KnxConverterStatus8Bit(status), Dpt(1, 1), Bits(ivtByte, 0x04)).first);
+  EXPECT_EQ(OctetsOf(Encode(KnxConverterStatus8Bit(status), Dpt(7, 20), Bits(ivtInteger, 0x04)).second), Octets{0x04});
   EXPECT_TRUE(KnxConverterStatus8Bit(status).FromKnxValue(Dpt(5, 20), Group({0x04}, 8), decoded));  // main 6 or sub 20
-  decoded = TAVVALUE();                                                                             // 6.x, 12.x and 7.x decoding set their types themselves
+  EXPECT_TRUE(KnxConverterStatus8Bit(status).FromKnxValue(Dpt(6, 1), Group({0x04}, 8), decoded));
+  decoded = TAVVALUE();  // 6.x, 12.x and 7.x decoding set their types themselves
   EXPECT_TRUE(KnxConverterInteger8BitSigned(IntegerRange(-128, 127, -128, 127)).FromKnxValue(Dpt(6, 1), Group({0xFF}, 8), decoded));
   EXPECT_EQ(decoded.ivt, ivtInteger);
   EXPECT_TRUE(KnxConverterInteger32BitUnsigned(LongIntegerRange(0, 4294967295, 0, 4294967295)).FromKnxValue(Dpt(12, 1), Group({0, 0, 0, 1}, 32), decoded));

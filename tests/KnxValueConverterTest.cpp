@@ -126,7 +126,6 @@ TEST(KnxValueConverter, CompatibilityIsDeliberatelyOneSided) {
       {ivtBool, ivtByte, false},
       {ivtChar, ivtInteger, false},
       {ivtBinary, ivtString, false},
-      {ivtString, ivtString, true},
       {ivtNone, ivtFloat, false},
       {ivtEmpty, ivtEmpty, true},
       {ivtInteger, ivtFloat, false},
