@@ -144,6 +144,7 @@ TEST(AppHostConfig, NestingIsBoundedBeforeTheParserSeesIt) {
       {"attribute values", Nested(2, "<b x='" + repeated + "' y=\"" + repeated + "\"/>"), ""},
       {"DOCTYPE", "<!DOCTYPE d ] [" + repeated + "[<!-- ]]>" + Nested(2), ""},
       {"DOCTYPE ending in <>", "<!DOCTYPE x<>" + Nested(256), ""},
+      {"DOCTYPE, its brackets first", "<!DOCTYPE [" + repeated + "]>" + Nested(2), ""},
       {"unknown declaration", Nested(2, "<!x <a>>"), ""},
       {"257 levels", Nested(257), deep},
       {"257 levels, the last empty", Nested(256, "<b/>"), deep},
@@ -155,6 +156,7 @@ TEST(AppHostConfig, NestingIsBoundedBeforeTheParserSeesIt) {
       {"257 levels after an empty element", "<x/>" + Nested(257), deep},
       {"257 levels after an empty comment", "<!---->" + Nested(257), deep},
       {"257 levels, a declaration that starts like a comment", Nested(256, "<!-x><b/>"), deep},
+      {"a broken tag stops the scan where the parser fails", "<x?>" + Nested(257), "expected >"},
       // The parser refuses an end tag outside any element; nothing before it is deeper.
       {"end tag outside, then 256 levels", "</x>" + Nested(256), "expected element name"},
       {"end tag outside, then 257 levels", "</x>" + Nested(257), deep},

@@ -52,6 +52,7 @@ TEST(TavValueToGroupValue, EncodesEachMainNumber) {
       {"19.001 23:59:61 carries into Wednesday", Code(19, 1), Time(ivtDateTime, 2023, 2, 28, 23, 59, 61, 0), {123, 3, 1, 0x60, 0, 1, 0x20, 0}, 64, ""},
       {"19.001 no date", Code(19, 1), Time(ivtDateTime, 0, 0, 0, 13, 45, 7, 0), {70, 1, 1, 0, 0, 0, 0x24, 0}, 64, ""},
       {"19.001 day 31 of April", Code(19, 1), Time(ivtDateTime, 2023, 4, 31, 1, 2, 3, 0), {70, 1, 1, 0, 0, 0, 0x24, 0}, 64, ""},
+      {"19.001 1400-01-01, a Wednesday: the year less 1900 modulo 256", Code(19, 1), Time(ivtDateTime, 1400, 1, 1, 0, 0, 0, 0), {12, 1, 1, 0x60, 0, 0, 0x20, 0}, 64, ""},
       {"232.600", Code(232, 600), Bits(ivtDWord, 0x00123456), {0x12, 0x34, 0x56}, 24, ""},
   };
   for (const Sent& c : cases) {

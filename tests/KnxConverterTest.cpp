@@ -102,12 +102,12 @@ TEST_F(TableTest, RoundTripsWithTheStandardsOctets) {
       {"14.x 1.0", Dpt(14, 0), Real(1.0), {0x3F, 0x80, 0x00, 0x00}, 32, ivtFloat},
       {"15.000 access", Dpt(15, 0), Bits(ivtDWord, 0x12345678), {0x12, 0x34, 0x56, 0x78}, 32, ivtDWord},
       {"16.000 ASCII", Dpt(16, 0), Text("KNX is OK"), {0x4B, 0x4E, 0x58, 0x20, 0x69, 0x73, 0x20, 0x4F, 0x4B, 0, 0, 0, 0, 0}, 112, ivtString},
-      {"16.001 Latin-1", Dpt(16, 1), Text("Gr\xC3\xBC\xC3\x9F"
-                                          "e"),
-       {0x47, 0x72, 0xFC, 0xDF, 0x65, 0, 0, 0, 0, 0, 0, 0, 0, 0},
+      {"16.001 Latin-1 up to 0xFF", Dpt(16, 1), Text("Gr\xC3\xBC\xC3\x9F"
+                                                     "e\xC3\xBF"),
+       {0x47, 0x72, 0xFC, 0xDF, 0x65, 0xFF, 0, 0, 0, 0, 0, 0, 0, 0},
        112,
        ivtString},
-      {"17.x 63", Dpt(17, 0), Bits(ivtInteger, 63), {0x3F}, 8, ivtByte},  // 17.001's row, 17 alone enough
+      {"17.x 0", Dpt(17, 0), Bits(ivtInteger, 0), {0x00}, 8, ivtByte},  // 17.001's row, 17 alone enough
       {"19.001 2023-02-28 13:45:07", Dpt(19, 1), Time(ivtDateTime, 2023, 2, 28, 13, 45, 7, tuesday), {0x7B, 0x02, 0x1C, 0x4D, 0x2D, 0x07, 0x20, 0x00}, 64, ivtDateTime},
       {"20.102 4", Dpt(20, 102), Bits(ivtByte, 4), {0x04}, 8, ivtByte},
       {"21.001", Dpt(21, 1), Bits(ivtByte, 0x81), {0x81}, 8, ivtByte},
@@ -353,13 +353,15 @@ TEST(Converters, DeliberateQuirksAreKept) {
   EXPECT_EQ(OctetsOf(Encode(KnxConverterStatus8Bit(status), Dpt(7, 20), Bits(ivtInteger, 0x04)).second), Octets{0x04});
   EXPECT_TRUE(KnxConverterStatus8Bit(status).FromKnxValue(Dpt(5, 20), Group({0x04}, 8), decoded));  // main 6 or sub 20
   EXPECT_TRUE(KnxConverterStatus8Bit(status).FromKnxValue(Dpt(6, 1), Group({0x04}, 8), decoded));
-  decoded = TAVVALUE();  // 6.x, 12.x and 7.x decoding set their types themselves
+  decoded = TAVVALUE();  // 6.x, 12.x, 7.x and 11.x decoding set their types themselves
   EXPECT_TRUE(KnxConverterInteger8BitSigned(IntegerRange(-128, 127, -128, 127)).FromKnxValue(Dpt(6, 1), Group({0xFF}, 8), decoded));
   EXPECT_EQ(decoded.ivt, ivtInteger);
   EXPECT_TRUE(KnxConverterInteger32BitUnsigned(LongIntegerRange(0, 4294967295, 0, 4294967295)).FromKnxValue(Dpt(12, 1), Group({0, 0, 0, 1}, 32), decoded));
   EXPECT_EQ(decoded.ivt, ivtDWord);
   EXPECT_TRUE(KnxConverterInteger16BitUnsigned(status).FromKnxValue(Dpt(7, 1), Group({0x12, 0x34}, 16), decoded));
   EXPECT_EQ(decoded.ivt, ivtWord);
+  EXPECT_TRUE(KnxConverterDate().FromKnxValue(Dpt(11, 1), Group({28, 2, 23}, 24), decoded));
+  EXPECT_EQ(decoded.ivt, ivtDate);
   // 13.x: main 13 or the integer type is enough.
   EXPECT_TRUE(Encode(KnxConverterInteger32BitSigned(IntegerRange(INT32_MIN, INT32_MAX, INT32_MIN, INT32_MAX)), Dpt(12, 1), Bits(ivtInteger, 5)).first);
   // Low octet / low 16 bits, no range test.

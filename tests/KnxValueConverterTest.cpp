@@ -84,8 +84,8 @@ TEST(DptValueMap, EveryClonedConverterIsDeletedExactlyOnce) {
     converter.AddDptValueMapEntry(9, 2, 16, ivtFloat, TavDP::vstGeneric, ProbeConverter());
     EXPECT_EQ(g_liveProbes, 2);  // one clone per stored row, the temporaries gone
     const DptValueMap copy = converter.GetMap();
-    DptValueEntry assigned(Dpt(5, 1, 8), ivtByte, TavDP::vstAscii, ProbeConverter());
-    assigned = converter.GetEntry(Dpt(9, 2));  // the clone it held replaced
+    DptValueEntry assigned(Dpt(5, 1, 8), ivtByte, TavDP::vstAscii, KnxConverterDefault());
+    assigned = converter.GetEntry(Dpt(9, 2));  // its converter replaced by a clone
     EXPECT_EQ(g_liveProbes, 5);
     EXPECT_EQ(std::make_tuple(assigned.dpt.mainNumber, assigned.dpt.subNumber, assigned.valueType, assigned.valueSubType), std::make_tuple(9, 2, ivtFloat, TavDP::vstGeneric));
   }

@@ -179,7 +179,6 @@ TEST(ZelknxBusLine, EveryLineForm) {
       {"Layer 0 [25:A.tcp/CConn        7.142] ReadMessage(005): 00 22 0B 0F FF", "-", "knxd's client protocol"},
       {"LPDU: B0 11 05 11 06 60 80 78 :L_Data low from 1.1.5 to 1.1.6 hops: 06 T_Connect", "-", "vbusmonitor1, an individual destination"},
       {"L_Data low from 1.1.5 to 0/0/0 hops: 06 T_DATA_XXX_REQ A_IndividualAddress_Write 11 0A", "-", "knxd trace, a management service"},
-      {"bogus line", "-", "other text"},
       {"  DPST-9-1\t0c:33  ", "DPT 9.001 0c33", "DPT HEX"},
       {"9.001 0 c3 3", "DPT 9.001 0c33", "DPT HEX"},
       {"1/2/3 0C 33", "GA 1/2/3 0c33", "GA HEX"},
