@@ -107,7 +107,7 @@ TEST_F(TableTest, RoundTripsWithTheStandardsOctets) {
        {0x47, 0x72, 0xFC, 0xDF, 0x65, 0xFF, 0, 0, 0, 0, 0, 0, 0, 0},
        112,
        ivtString},
-      {"17.x 0", Dpt(17, 0), Bits(ivtInteger, 0), {0x00}, 8, ivtByte},  // 17.001's row, 17 alone enough
+      {"17.x 63", Dpt(17, 0), Bits(ivtInteger, 63), {0x3F}, 8, ivtByte},  // 17.001's row, 17 alone enough
       {"19.001 2023-02-28 13:45:07", Dpt(19, 1), Time(ivtDateTime, 2023, 2, 28, 13, 45, 7, tuesday), {0x7B, 0x02, 0x1C, 0x4D, 0x2D, 0x07, 0x20, 0x00}, 64, ivtDateTime},
       {"20.102 4", Dpt(20, 102), Bits(ivtByte, 4), {0x04}, 8, ivtByte},
       {"21.001", Dpt(21, 1), Bits(ivtByte, 0x81), {0x81}, 8, ivtByte},
@@ -150,7 +150,7 @@ TEST_F(TableTest, RangeEdges) {
       {"9.001 -273.5", Dpt(9, 1), Real(-273.5), false},
       {"9.001 670760", Dpt(9, 1), Real(670760.0), true},
       {"9.001 670761", Dpt(9, 1), Real(670761.0), false},
-      {"17.001 63", Dpt(17, 1), Bits(ivtInteger, 63), true},
+      {"17.001 0", Dpt(17, 1), Bits(ivtInteger, 0), true},
       {"17.001 64", Dpt(17, 1), Bits(ivtInteger, 64), false},
       {"17.001 -1", Dpt(17, 1), Bits(ivtInteger, 0xFFFFFFFF), false},
       {"6.020 mode 1", Dpt(6, 20), Bits(ivtByte, 0x01), true},
